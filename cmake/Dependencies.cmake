@@ -1,0 +1,21 @@
+# Finds the third-party libraries. They come from the prefix that scripts/dependencies.sh builds
+# (QX_DEPENDENCIES), or from any other place that find_package knows, such as a vcpkg installation.
+if(QX_DEPENDENCIES)
+  list(PREPEND CMAKE_PREFIX_PATH "${QX_DEPENDENCIES}")
+endif()
+
+find_package(jsoncpp CONFIG REQUIRED)
+find_package(expat CONFIG REQUIRED)
+find_package(GTest CONFIG REQUIRED)
+find_package(benchmark CONFIG REQUIRED)
+
+# Header-only libraries, each taken through a folder that holds nothing else.
+add_library(qx_boost INTERFACE)
+target_include_directories(qx_boost SYSTEM INTERFACE "${QX_DEPENDENCIES}/include/headers-only")
+target_compile_definitions(qx_boost INTERFACE BOOST_THREAD_USE_LIB)
+add_library(Qx::Boost ALIAS qx_boost)
+
+add_library(qx_spdlog INTERFACE)
+target_include_directories(qx_spdlog SYSTEM INTERFACE "${QX_DEPENDENCIES}/include/headers-only")
+target_compile_definitions(qx_spdlog INTERFACE FMT_HEADER_ONLY SPDLOG_FMT_EXTERNAL)
+add_library(Qx::Spdlog ALIAS qx_spdlog)

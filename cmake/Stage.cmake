@@ -1,0 +1,26 @@
+# The staged product tree, out/stage by default: what an installer would lay down, runnable as it stands.
+set(QX_STAGE "${CMAKE_SOURCE_DIR}/out/stage" CACHE PATH "Where the runnable product tree is put")
+add_custom_target(stage)
+
+# qx_stage_program(TARGET FOLDER NAME...)
+# Stages the program once under each file name: the file name tells a program which product it is.
+function(qx_stage_program target folder)
+  set(commands)
+  foreach(name IN LISTS ARGN)
+    list(APPEND commands COMMAND ${CMAKE_COMMAND} -E copy_if_different
+         $<TARGET_FILE:${target}> ${QX_STAGE}/${folder}/${name})
+  endforeach()
+  add_custom_target(stage_${target}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${QX_STAGE}/${folder} ${commands}
+    DEPENDS ${target} VERBATIM)
+  add_dependencies(stage stage_${target})
+endfunction()
+
+# qx_stage_files(TARGET FOLDER FILE...)
+function(qx_stage_files target folder)
+  add_custom_target(${target}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${QX_STAGE}/${folder}
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different ${ARGN} ${QX_STAGE}/${folder}
+    VERBATIM)
+  add_dependencies(stage ${target})
+endfunction()
