@@ -10,12 +10,14 @@ option(QX_CHECKED "Build with library assertions and the undefined-behaviour tra
 add_compile_definitions(UNICODE _UNICODE STRICT NOMINMAX WIN32_LEAN_AND_MEAN
                         WINVER=0x0601 _WIN32_WINNT=0x0601)
 
-add_compile_options(
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
-  -Wimplicit-fallthrough -Wformat=2 -Werror
+# The resource compiler understands none of these.
+set(_options
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wimplicit-fallthrough -Wformat=2 -Werror
   # Log lines carry source names and must not carry the builder's folders.
   "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/="
   -fstack-protector-strong)
+add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:${_options}>"
+                    "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>")
 
 # The C++ runtime is linked in, so that the staged tree needs no library beyond its own. The stack
 # protector's own part has to be named at the link as well.
@@ -24,7 +26,7 @@ add_link_options(-static -fstack-protector-strong
 
 if(QX_CHECKED)
   add_compile_definitions(_GLIBCXX_ASSERTIONS)
-  add_compile_options(-fsanitize=undefined -fsanitize-undefined-trap-on-error)
+  add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize=undefined;-fsanitize-undefined-trap-on-error>")
 else()
   add_compile_definitions($<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
   link_libraries($<$<CONFIG:Release>:ssp>)

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <windows.h>
+
+// The numbers that other programs and the data files meet: window messages, timers, menu commands and
+// event ids. None of them may change.
+
+namespace WindowMessage
+{
+inline constexpr UINT NetworkMade = 0x0430;        // posted by the SENS sink and at start; wParam: type
+inline constexpr UINT NetworkMadeNoQoc = 0x0431;   // posted by the SENS sink; wParam: type
+inline constexpr UINT NetworkLost = 0x0432;        // posted by the SENS sink and at start; wParam: type
+inline constexpr UINT TrayCallback = WM_APP + 0xA; // sent by the shell for the tray icon
+} // namespace WindowMessage
+
+// Timers of the main frame's window.
+namespace FrameTimer
+{
+inline constexpr UINT_PTR Scan = 2;           // one second, while a scan runs
+inline constexpr UINT_PTR ActiveWindow = 3;   // armed by the service
+inline constexpr UINT_PTR InputInfo = 4;      // armed by the service
+inline constexpr UINT_PTR TrimWorkingSet = 5; // once, half a minute after start
+} // namespace FrameTimer
+
+// Menu commands: the number in the profile plus Base.
+namespace Command
+{
+inline constexpr UINT Base = 32789;
+inline constexpr UINT Default = Base; // the icon's double-click, the menu resource's only entry
+inline constexpr UINT StartMain = Base + 1;
+inline constexpr UINT StartScan = Base + 2;
+inline constexpr UINT ExitTray = Base + 3;
+inline constexpr UINT ShowMonitorBall = Base + 4;
+inline constexpr UINT ShowGameConsole = Base + 5;
+} // namespace Command
+
+// Ids of the tooltips that the profile describes.
+namespace Tooltip
+{
+inline constexpr UINT Idle = 32890;
+} // namespace Tooltip
+
+// Events of the service's event center.
+namespace EventId
+{
+inline constexpr UINT StartedInModeOne = 0;
+inline constexpr UINT StartFinished = 18;
+inline constexpr UINT TrayClosing = 19;
+} // namespace EventId

@@ -1,0 +1,46 @@
+#include "ObjectNames.h"
+
+#include <windows.h>
+
+#include "FrwkMode.h"
+#include "VzComn_LogFront.h"
+
+namespace ObjectNames
+{
+std::wstring InstanceMutex()
+{
+    return QxCommon::GetProductId() + L"_QxSessionAgent";
+}
+
+std::wstring ExitEvent()
+{
+    return L"Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXIT" + QxCommon::GetProductId();
+}
+
+std::wstring CrashRestartEvent()
+{
+    return L"Global\\WATCHDOG_EVENT_RESTART_QX_SESSIONAGENT" + QxCommon::GetProductId();
+}
+
+// Deliberate: the maker's name is written with a blank here and without one in the console's property.
+std::wstring FrameProperty()
+{
+    return L"Norvane Soft " + QxCommon::GetProductId() + L" SessionAgent";
+}
+
+std::wstring ConsoleProperty()
+{
+    return L"NorvaneSoft " + QxCommon::GetProductId() + L" uiDeskConsole.exe";
+}
+} // namespace ObjectNames
+
+bool CreateExitEvent(VzCommon::Synchronize::Event& event)
+{
+    std::uint32_t error = 0;
+    if (event.CreateMultipleGlobal(ObjectNames::ExitEvent().c_str(), &error))
+    {
+        return true;
+    }
+    LOG_ERROR << L"CreateMultipleGlobal failed... ErrorCode=" << error;
+    return false;
+}

@@ -1,0 +1,7 @@
+#pragma once
+
+#include "VzComn_ThreadBase.h"
+
+// Starts a thread that ends by itself. Its handle is left to the end of the process, and nobody joins it.
+// Throws VzCommon::Thread::Exception* when the thread cannot be created. Any thread.
+void StartThread(unsigned(__stdcall* proc)(void*), void* argument);

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <windows.h>
+
+#include "VzComn_AgentStatus.h"
+
+// The front that the rest of the agent uses to reach the host service. Called on the main thread.
+
+// Registers this process with the service. Success at once when that has been done already.
+AgentStatus RegisterRPC();
+
+// Ends the registration. Success when there is none.
+AgentStatus UnRegisterRPC();
+
+// Sends one event to the service's event center and waits for its answer, which is dropped.
+AgentStatus SendEventToEventCenter(UINT eventId);
+
+// Holds the place of the request that starts a scan.
+bool SendMailForStartScan();
+
+// Holds the place of the request for a scan's result.
+bool SendMailForGetResult();

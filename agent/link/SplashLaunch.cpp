@@ -1,0 +1,6 @@
+#include "SplashLaunch.h"
+
+AgentStatus ShowSplash()
+{
+    return Status::Success;
+}

@@ -1,0 +1,144 @@
+// What the frame does with the messages and commands that reach it.
+#include "MainFrm.h"
+
+#include <psapi.h>
+
+#include "AgentIds.h"
+#include "InputInfoHelper.h"
+#include "MenuWalk.h"
+#include "ProfileParser.h"
+#include "UiLaunch.h"
+#include "VzComn_LogFront.h"
+
+BOOL CMainFrame::OnCmdMsg(UINT nID, int nCode, void* pExtra, AFX_CMDHANDLERINFO* pHandlerInfo)
+{
+    if (pHandlerInfo != nullptr)
+    {
+        return CFrameWnd::OnCmdMsg(nID, nCode, pExtra, pHandlerInfo);
+    }
+    if (nCode == CN_UPDATE_COMMAND_UI)
+    {
+        auto* record = static_cast<CCmdUI*>(pExtra);
+        if (record == nullptr || record->m_pSubMenu != nullptr || record->m_pMenu == nullptr)
+        {
+            return CFrameWnd::OnCmdMsg(nID, nCode, pExtra, pHandlerInfo);
+        }
+        if (nID != Command::Default)
+        {
+            UpdateCommandUi(*record, CProfileParser::Instance().m_pMenuRoot.get(), nID);
+        }
+        return TRUE;
+    }
+    if (nCode != CN_COMMAND)
+    {
+        return CFrameWnd::OnCmdMsg(nID, nCode, pExtra, pHandlerInfo);
+    }
+    RunMenuCommand(nID);
+    return TRUE; // Deliberate: also for a command that nobody knows.
+}
+
+void CMainFrame::RunMenuCommand(UINT id)
+{
+    if (id == Command::Default)
+    {
+        OnStartMain();
+        return;
+    }
+    const MenuNode* node = FindMenuNode(CProfileParser::Instance().m_pMenuRoot.get(), id);
+    if (node == nullptr)
+    {
+        return;
+    }
+    const auto row = m_mapCommands.find(node->functionId);
+    if (row != m_mapCommands.end())
+    {
+        (this->*row->second)();
+    }
+}
+
+LRESULT CMainFrame::OnTrayCallback(WPARAM wParam, LPARAM lParam)
+{
+    return m_sysTray.OnTrayCallback(wParam, lParam);
+}
+
+void CMainFrame::OnTimer(UINT_PTR nIDEvent)
+{
+    switch (nIDEvent)
+    {
+    case FrameTimer::Scan:
+        if (!OnScanTick())
+        {
+            return; // Deliberate: a failed tick does not reach the default procedure.
+        }
+        break;
+    case FrameTimer::ActiveWindow: SendActiveWindow(g_activeWindowState); break;
+    case FrameTimer::InputInfo: SendInputInfo(); break;
+    case FrameTimer::TrimWorkingSet: TrimWorkingSet(); break;
+    default: break;
+    }
+    CFrameWnd::OnTimer(nIDEvent);
+}
+
+void CMainFrame::TrimWorkingSet()
+{
+    EmptyWorkingSet(GetCurrentProcess());
+    KillTimer(FrameTimer::TrimWorkingSet);
+}
+
+void CMainFrame::OnSessionChange(UINT nSessionState, UINT nId)
+{
+    CFrameWnd::OnSessionChange(nSessionState, nId);
+}
+
+LRESULT CMainFrame::OnNetworkConnectionMadeNotify(WPARAM /*wParam*/, LPARAM /*lParam*/)
+{
+    return 0;
+}
+
+LRESULT CMainFrame::OnNetworkConnectionMadeNoQocNotify(WPARAM /*wParam*/, LPARAM /*lParam*/)
+{
+    return 0;
+}
+
+LRESULT CMainFrame::OnNetworkConnectionLostNotify(WPARAM /*wParam*/, LPARAM /*lParam*/)
+{
+    return 0;
+}
+
+LRESULT CMainFrame::OnPowerBroadcast(WPARAM wParam, LPARAM lParam)
+{
+    const auto* setting = reinterpret_cast<const POWERBROADCAST_SETTING*>(lParam);
+    const AgentStatus status = m_powerHandler.HandlePowerEvent(static_cast<UINT>(wParam), setting);
+    if (Status::Failed(status))
+    {
+        LOG_ERROR << L"Failed to handle power event. Error Code = 0x" << std::hex << status;
+    }
+    return 0; // Deliberate: never TRUE.
+}
+
+void CMainFrame::OnStartMain()
+{
+    FUNCTION_TRACE(L"CMainFrame::OnStartMain");
+    if (Status::Failed(ShowQxUi(L"")))
+    {
+        LOG_ERROR << L"Show Main Console failed...";
+    }
+}
+
+void CMainFrame::OnShowMonitorBall()
+{
+    FUNCTION_TRACE(L"CMainFrame::OnShowMonitorBall");
+    if (Status::Failed(ShowQxUi(L"-m 100")))
+    {
+        LOG_ERROR << L"Show monitor Console failed...";
+    }
+}
+
+void CMainFrame::OnShowGameConsole()
+{
+    FUNCTION_TRACE(L"CMainFrame::OnShowGameConsole");
+    if (Status::Failed(ShowQxUi(L"-m 200")))
+    {
+        LOG_ERROR << L"Show game Console failed...";
+    }
+}

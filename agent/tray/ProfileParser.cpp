@@ -1,0 +1,12 @@
+#include "ProfileParser.h"
+
+CProfileParser& CProfileParser::Instance()
+{
+    static CProfileParser parser;
+    return parser;
+}
+
+bool LoadConfig()
+{
+    return true;
+}
