@@ -2,12 +2,10 @@
 
 #include "VzComn_SecurityAttributes.h"
 
-void StartThread(unsigned(__stdcall* proc)(void*), void* argument)
+void StartThread(VzCommon::Thread::Base::Procedure procedure, void* argument)
 {
-    constexpr std::uint32_t threadKind = 6;
     VzCommon::Thread::Base thread;
-    thread.timeout = INFINITE;
-    VzCommon::AccessControl::SecurityAttributes attributes(threadKind, false);
-    thread.Create(attributes, proc, argument);
+    VzCommon::AccessControl::SecurityAttributes attributes(VzCommon::AccessControl::Kind::Thread, false);
+    thread.Create(attributes, procedure, argument);
     thread.Run(THREAD_PRIORITY_NORMAL);
 }

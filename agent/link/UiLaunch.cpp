@@ -10,10 +10,8 @@ namespace
 {
 std::wstring ConsolePath()
 {
-    std::wstring path = QxCommon::GetBinariesFolder();
-    const std::wstring fileName = QxCommon::MapProductFileName(L"QxMainConsole.exe");
-    VzCommon::String::EnsureBackslash(path);
-    return path + fileName;
+    const std::wstring folder = QxCommon::GetBinariesFolder();
+    return QxCommon::AppendName(folder, QxCommon::MapProductFileName(L"QxMainConsole.exe"));
 }
 } // namespace
 

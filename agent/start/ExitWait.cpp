@@ -14,7 +14,7 @@ unsigned __stdcall ExitWaitThread(void* argument)
     {
         return 0;
     }
-    if (WaitForSingleObject(event.handle, INFINITE) == WAIT_OBJECT_0)
+    if (WaitForSingleObject(event.Handle(), INFINITE) == WAIT_OBJECT_0)
     {
         LOG_INFO << L"SendMessage to exit QxSessionAgent...";
         PostMessageW(mainWindow, WM_CLOSE, 0, 0);

@@ -4,7 +4,6 @@
 
 #include <cwchar>
 #include <iterator>
-#include <memory>
 
 #include <afxwin.h>
 
@@ -16,18 +15,13 @@
 #include "QxCommon_utility.h"
 #include "QxSensSinkHelper.h"
 #include "ThreadStart.h"
+#include "VzComn_Handle.h"
 #include "VzComn_LogChannel.h"
 #include "VzComn_LogFront.h"
-#include "VzComn_String.h"
 #include "util_CrashHandler.h"
 
 namespace
 {
-struct LocalFreeDeleter
-{
-    void operator()(wchar_t** memory) const { LocalFree(static_cast<void*>(memory)); }
-};
-
 HWND MainWindowOf(const CWinApp* app)
 {
     return app->m_pMainWnd == nullptr ? nullptr : app->m_pMainWnd->GetSafeHwnd();
@@ -54,7 +48,7 @@ AgentStatus CStartHelper::PreInit()
 {
     VzCommon::InitDebugLog(L"QxSessionAgent");
     FUNCTION_TRACE(L"CStartHelper::PreInit");
-    VzCommon::SetFeedbackErrorFolder(&QxCommon::GetRegistryProductPath);
+    VzCommon::SetFeedbackErrorFolder(&QxCommon::GetRegisteredProductPath);
 
     static constexpr Step steps[] = {
         {&CStartHelper::ParseCmdLine, L"Parse command-line failed...retCode="},
@@ -90,7 +84,8 @@ AgentStatus CStartHelper::ParseCmdLine()
     FUNCTION_TRACE(L"CStartHelper::ParseCmdLine");
     constexpr std::int32_t defaultMode = 5;
     int count = 0;
-    const std::unique_ptr<wchar_t*, LocalFreeDeleter> arguments(CommandLineToArgvW(GetCommandLineW(), &count));
+    wchar_t** const arguments = CommandLineToArgvW(GetCommandLineW(), &count);
+    const VzCommon::LocalMemory memory(static_cast<HLOCAL>(arguments));
     if (arguments == nullptr)
     {
         LOG_ERROR << L"The argv is null. Invoke qxSessionAgent.exe failed...";
@@ -98,7 +93,7 @@ AgentStatus CStartHelper::ParseCmdLine()
     }
     wchar_t* end = nullptr;
     // Deliberate: no check of what follows the number, and text that is no number is 0.
-    startMode = count > 1 ? std::wcstol(arguments.get()[1], &end, 0) : defaultMode;
+    startMode = count > 1 ? std::wcstol(arguments[1], &end, 0) : defaultMode;
     LOG_INFO << L"Start Mode: " << startMode;
     return Status::Success;
 }
@@ -106,9 +101,8 @@ AgentStatus CStartHelper::ParseCmdLine()
 // The configuration comes before the test for another instance, which needs the start functions too.
 AgentStatus CStartHelper::ReadConfig()
 {
-    std::wstring path = QxCommon::GetConfigurationFolder();
-    VzCommon::String::EnsureBackslash(path);
-    return QxCommon::JsonDb::ParseFromFile(path + L"QxSessionAgentCfg.json", config);
+    const std::wstring folder = QxCommon::GetConfigurationFolder();
+    return QxCommon::JsonDb::ParseFromFile(QxCommon::AppendName(folder, L"QxSessionAgentCfg.json"), config);
 }
 
 AgentStatus CStartHelper::InitStartModeConfig()

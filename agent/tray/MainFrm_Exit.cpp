@@ -68,6 +68,6 @@ void CMainFrame::SignalExitEvent()
     VzCommon::Synchronize::Event event;
     if (CreateExitEvent(event))
     {
-        SetEvent(event.handle);
+        SetEvent(event.Handle());
     }
 }
