@@ -1,0 +1,4 @@
+// Resource ids of the console.
+#pragma once
+
+#define IDI_CONSOLE 1
