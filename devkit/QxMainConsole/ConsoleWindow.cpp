@@ -11,7 +11,7 @@ constexpr wchar_t WindowClass[] = L"QxMainConsoleWindow";
 constexpr UINT DpiChanged = 0x02E0; // WM_DPICHANGED, which the headers hide below Windows 8.1
 
 // Colours and measures of the layout, in pixels at 96 dots per inch.
-constexpr COLORREF HeaderColor = RGB(0x24, 0x40, 0x7A);
+constexpr COLORREF HeaderColor = RGB(0x14, 0x22, 0x46);
 constexpr COLORREF HeaderTextColor = RGB(0xFF, 0xFF, 0xFF);
 constexpr COLORREF HeaderDimColor = RGB(0xC4, 0xD2, 0xF0);
 constexpr COLORREF LabelColor = RGB(0x5B, 0x65, 0x78);
@@ -19,6 +19,7 @@ constexpr COLORREF TextColor = RGB(0x14, 0x1C, 0x2E);
 constexpr COLORREF PanelColor = RGB(0xEE, 0xF2, 0xF9);
 constexpr int WindowWidth = 640;
 constexpr int WindowHeight = 340;
+constexpr int CascadeStep = 40;
 constexpr int HeaderHeight = 88;
 constexpr int IconSize = 48;
 constexpr int Margin = 20;
@@ -38,6 +39,22 @@ UINT ScreenDpi()
     const int nDpi = GetDeviceCaps(hScreen, LOGPIXELSY);
     ReleaseDC(nullptr, hScreen);
     return nDpi > 0 ? static_cast<UINT>(nDpi) : USER_DEFAULT_SCREEN_DPI;
+}
+
+// The middle of the work area, and a step to the lower right for each console that is already open.
+POINT StartPosition(int nWidth, int nHeight, int nStep)
+{
+    constexpr int maxSteps = 6;
+    RECT rcWork = {};
+    SystemParametersInfoW(SPI_GETWORKAREA, 0, &rcWork, 0);
+    int nOpen = 0;
+    for (HWND hWnd = nullptr; (hWnd = FindWindowExW(nullptr, hWnd, WindowClass, nullptr)) != nullptr;)
+    {
+        ++nOpen;
+    }
+    const int nOffset = nStep * (nOpen % maxSteps);
+    return {(rcWork.left + rcWork.right - nWidth) / 2 + nOffset,
+            (rcWork.top + rcWork.bottom - nHeight) / 3 + nOffset};
 }
 
 void FillColor(HDC hDC, const RECT& rc, COLORREF color)
@@ -69,9 +86,11 @@ bool ConsoleWindow::Create(int nShow)
     }
     m_uDpi = ScreenDpi();
     const std::wstring wstrTitle = m_wstrProduct + L" Console";
-    if (CreateWindowExW(0, WindowClass, wstrTitle.c_str(), WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
-                        CW_USEDEFAULT, CW_USEDEFAULT, Scale(WindowWidth), Scale(WindowHeight), nullptr,
-                        nullptr, m_hInstance, this) == nullptr)
+    const int nWidth = Scale(WindowWidth);
+    const int nHeight = Scale(WindowHeight);
+    const POINT position = StartPosition(nWidth, nHeight, Scale(CascadeStep));
+    if (CreateWindowExW(0, WindowClass, wstrTitle.c_str(), WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, position.x,
+                        position.y, nWidth, nHeight, nullptr, nullptr, m_hInstance, this) == nullptr)
     {
         return false;
     }
