@@ -73,9 +73,10 @@ public:
     void Clear();
 
     [[nodiscard]] bool IsNull() const;
+    [[nodiscard]] bool IsArray() const;
 
     // 0 if the value is no number of the type. A string is read in base 10 as far as it is a number; one
-    // that is out of range throws std::out_of_range, the only exception that leaves this class.
+    // that is out of range throws std::out_of_range, the one exception of this class.
     [[nodiscard]] std::int32_t AsInt() const;
     [[nodiscard]] std::uint32_t AsUInt() const;
     [[nodiscard]] std::uint64_t AsUInt64() const;
@@ -97,20 +98,28 @@ public:
     [[nodiscard]] std::uint32_t LastError() const { return lastError; }
 
 private:
-    // A handle that is handed out by an index operation. A null node is allowed.
-    JsonDb(const boost::shared_ptr<Json::Value>& tree, Json::Value* node);
+    JsonDb(const boost::shared_ptr<Json::Value>& root, Json::Value* node, std::uint32_t error);
+
+    template <typename Operation>
+    void OnNode(Operation operation) const;
+
+    template <typename TextSource>
+    void Parse(TextSource textSource);
 
     JsonDb& HandOut(Json::Value* node);
 
-    template <typename Result, typename Operation>
-    Result OnNode(Result neutral, Operation operation) const;
-
+    // Engine libraries take and give handles by value, so these fields are a contract: none comes or goes.
     std::uint32_t tag = 1;
     boost::shared_ptr<Json::Value> holder; // the root; shared by all handles into the tree
-    Json::Value* value = nullptr;          // Weak.
+    Json::Value* value = nullptr;          // Weak. Null if there is no such node.
     bool owner = true;                     // false for a handle that an index operation handed out
     std::unique_ptr<JsonDb> child;         // the last handle that an index operation handed out
     mutable std::uint32_t lastError = 0;
 };
+
+// AsInt, AsUInt and AsUInt64 for readers to whom a string out of range is no number like any other: 0.
+[[nodiscard]] std::int32_t IntOrZero(const JsonDb& node);
+[[nodiscard]] std::uint32_t UIntOrZero(const JsonDb& node);
+[[nodiscard]] std::uint64_t UInt64OrZero(const JsonDb& node);
 
 } // namespace QxCommon

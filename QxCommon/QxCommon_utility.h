@@ -14,9 +14,12 @@ namespace QxCommon
 [[nodiscard]] std::wstring GetProductRegistryKey();
 
 // The value "ProductPath" of the product's key as it stands. Empty if it cannot be read.
-[[nodiscard]] std::wstring GetRegisteredProductPath();
+[[nodiscard]] std::wstring GetRegistryProductPath();
 
-// The folder of the running executable, without a trailing "\".
+// The file of the running executable. Deliberate: a path of 260 characters or more is cut off at 259.
+[[nodiscard]] std::wstring GetModulePath();
+
+// The folder of that file, without a trailing "\".
 [[nodiscard]] std::wstring GetModuleFolder();
 
 // Where the product is installed: the registered path, or the module folder if there is none. Ends in a "\"

@@ -25,7 +25,8 @@ private:
 
     static QxLocaleHelper& Instance();
 
-    std::wstring Answer();
+    // False if there is no answer yet.
+    bool TakeAnswer(std::wstring& localeName);
     void Publish(const std::wstring& localeName);
 
     std::mutex m_lock;
