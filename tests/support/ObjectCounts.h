@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+namespace TestSupport
+{
+
+// What this process holds of the system at one moment.
+struct ObjectCounts
+{
+    std::size_t handles = 0;
+    std::size_t gdi = 0;
+    std::size_t user = 0; // windows, menus and icons where the system does not count
+    std::size_t threads = 0;
+
+    bool operator==(const ObjectCounts&) const = default;
+};
+
+[[nodiscard]] ObjectCounts CountObjects();
+
+// Repeats an operation and tells what stayed behind, in words; empty if nothing did. Used as
+//
+//     EXPECT_EQ(GrowthOf([] { ... }), "");
+//
+// The first rounds are not counted: the system keeps what it made on first use. Threads that are just ending
+// are given time.
+[[nodiscard]] std::string GrowthOf(const std::function<void()>& operation, int rounds = 20);
+
+} // namespace TestSupport
