@@ -48,7 +48,7 @@ AgentStatus CStartHelper::PreInit()
 {
     VzCommon::InitDebugLog(L"QxSessionAgent");
     FUNCTION_TRACE(L"CStartHelper::PreInit");
-    VzCommon::SetFeedbackErrorFolder(&QxCommon::GetRegisteredProductPath);
+    VzCommon::SetFeedbackErrorFolder(&QxCommon::GetRegistryProductPath);
 
     static constexpr Step steps[] = {
         {&CStartHelper::ParseCmdLine, L"Parse command-line failed...retCode="},

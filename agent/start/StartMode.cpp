@@ -1,7 +1,5 @@
 #include "StartMode.h"
 
-#include <stdexcept>
-
 #include "FrwkMode.h"
 #include "SplashLaunch.h"
 #include "UiLaunch.h"
@@ -25,30 +23,6 @@ const std::map<std::wstring, StartFunction>& StartFunctions()
     return functions;
 }
 
-std::int32_t ReadSequence(QxCommon::JsonDb& item)
-{
-    try
-    {
-        return item[L"sequence"].AsInt();
-    }
-    catch (const std::out_of_range&)
-    {
-        return 0;
-    }
-}
-
-std::int32_t ReadModeNumber(QxCommon::JsonDb& modeIds, std::uint32_t index)
-{
-    try
-    {
-        return static_cast<std::int32_t>(modeIds[index].AsUInt());
-    }
-    catch (const std::out_of_range&)
-    {
-        return 0;
-    }
-}
-
 // Puts the item into the queue of each mode that it names, twice if it names one twice.
 void PushItem(const std::wstring& name, QxCommon::JsonDb& value, StartModeTable& table)
 {
@@ -64,7 +38,7 @@ void PushItem(const std::wstring& name, QxCommon::JsonDb& value, StartModeTable&
     const std::uint32_t count = modeIds.Size();
     for (std::uint32_t index = 0; index < count; ++index)
     {
-        const std::int32_t modeNumber = ReadModeNumber(modeIds, index);
+        const auto modeNumber = static_cast<std::int32_t>(QxCommon::UIntOrZero(modeIds[index]));
         table[modeNumber].push(item);
         LOG_INFO << L"Push " << name << L" to " << modeNumber;
     }
@@ -72,7 +46,7 @@ void PushItem(const std::wstring& name, QxCommon::JsonDb& value, StartModeTable&
 } // namespace
 
 StartModeItem::StartModeItem(QxCommon::JsonDb& item) :
-    sequence(ReadSequence(item)), startFunc(item[L"startFunc"].AsString()),
+    sequence(QxCommon::IntOrZero(item[L"sequence"])), startFunc(item[L"startFunc"].AsString()),
     startArgs(item[L"startArgs"].AsString())
 {
 }
