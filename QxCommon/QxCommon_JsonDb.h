@@ -25,14 +25,14 @@ namespace QxCommon
 //         JsonDb items(config[L"startMode"]);
 //
 // An index operation hands out a handle that belongs to its parent and lives until the next index operation
-// on that parent. So root["a"]["b"] is safe, while root["a"].Assign(root["b"]) is not; whoever wants to keep a
-// node makes a handle of its own from it, as above. Such a handle stands on the same node and keeps the tree
-// alive, but not a node that its parent replaces: a copy of the value is a new JsonDb and Assign.
+// on that parent. So root["a"]["b"] is safe, while root["a"].Assign(root["b"]) is not; whoever wants to keep
+// a node makes a handle of its own from it, as above. Such a handle stands on the same node and keeps the
+// tree alive, but not a node that its parent replaces: a copy of the value is a new JsonDb and Assign.
 //
 // Reading changes the tree: an index operation makes a missing member or element as null.
 //
-// A handle that stands on no node, because an index did not fit its parent, reads as 0, false or empty, writes
-// nothing, and sets LastError to 87. A tree belongs to one thread at a time.
+// A handle that stands on no node, because an index did not fit its parent, reads as 0, false or empty,
+// writes nothing, and sets LastError to 87. A tree belongs to one thread at a time.
 class JsonDb
 {
 public:

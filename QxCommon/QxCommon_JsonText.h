@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// What crosses the edge between the JSON tree, whose text is UTF-8, and the product, whose text is wide.
+namespace QxCommon::JsonText
+{
+
+// True if the text is well-formed UTF-8 throughout, so that its way through ToWide and ToUtf8 changes
+// nothing.
+[[nodiscard]] bool IsUtf8(std::string_view text);
+
+// These convert by length, NULs included. What is malformed becomes U+FFFD; a text beyond the platform's
+// limit becomes empty.
+[[nodiscard]] std::wstring ToWide(std::string_view text);
+[[nodiscard]] std::string ToUtf8(std::wstring_view text);
+
+// A decimal number, as far as the text goes on being one; 0 if it does not begin with one. Throws
+// std::out_of_range.
+[[nodiscard]] std::int32_t ReadInt(const std::wstring& text);
+[[nodiscard]] std::uint32_t ReadUInt(const std::wstring& text);
+[[nodiscard]] std::uint64_t ReadUInt64(const std::wstring& text);
+
+// Sixteen significant digits, trailing zeros included: 1.5 is "1.500000000000000".
+[[nodiscard]] std::wstring FormatReal(double number);
+
+} // namespace QxCommon::JsonText
