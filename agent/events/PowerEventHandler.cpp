@@ -5,7 +5,8 @@ AgentStatus CPowerEventHandler::InitPowerEvents(HWND /*window*/)
     return Status::Success;
 }
 
-AgentStatus CPowerEventHandler::HandlePowerEvent(UINT /*eventCode*/, const POWERBROADCAST_SETTING* /*setting*/)
+AgentStatus CPowerEventHandler::HandlePowerEvent(UINT /*eventCode*/,
+                                                 const POWERBROADCAST_SETTING* /*setting*/)
 {
     return Status::Success;
 }

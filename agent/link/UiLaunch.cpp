@@ -19,8 +19,7 @@ AgentStatus ShowQxUi(const std::wstring& arguments)
 {
     const std::wstring path = ConsolePath();
     // Deliberate: the blank stays when there are no arguments.
-    const std::wstring commandLine =
-        VzCommon::String::Format(L"\"%s\" %s", path.c_str(), arguments.c_str());
+    const std::wstring commandLine = VzCommon::String::Format(L"\"%s\" %s", path.c_str(), arguments.c_str());
     LOG_INFO << L"Show QX UI. Command-line: " << commandLine;
     return VzCommon::Process::InvokeProcessAsynch(commandLine);
 }

@@ -45,9 +45,9 @@ void PushItem(const std::wstring& name, QxCommon::JsonDb& value, StartModeTable&
 }
 } // namespace
 
-StartModeItem::StartModeItem(QxCommon::JsonDb& item) :
-    sequence(QxCommon::IntOrZero(item[L"sequence"])), startFunc(item[L"startFunc"].AsString()),
-    startArgs(item[L"startArgs"].AsString())
+StartModeItem::StartModeItem(QxCommon::JsonDb& item)
+    : sequence(QxCommon::IntOrZero(item[L"sequence"])), startFunc(item[L"startFunc"].AsString()),
+      startArgs(item[L"startArgs"].AsString())
 {
 }
 

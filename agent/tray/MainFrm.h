@@ -63,9 +63,9 @@ private:
     void SignalExitEvent();
 
     CVzSysTray m_sysTray;
-    std::wstring m_wstrTooltip;     // the text now in force
-    std::vector<HICON> m_vecIcons;  // frames of the series loaded last; owned
-    UINT m_uProgress = 0;           // of the scan, in percent
+    std::wstring m_wstrTooltip;    // the text now in force
+    std::vector<HICON> m_vecIcons; // frames of the series loaded last; owned
+    UINT m_uProgress = 0;          // of the scan, in percent
     bool m_bTrayInstalled = false;
     std::map<UINT, CommandHandler> m_mapCommands;
     CPowerEventHandler m_powerHandler;
