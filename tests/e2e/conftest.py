@@ -1,0 +1,56 @@
+"""What the end-to-end tests share: one desktop a test file, one copy of the staged product a test."""
+
+from __future__ import annotations
+
+import os
+import shutil
+from collections.abc import Iterator
+from pathlib import Path
+
+import pytest
+
+from desktop import Desktop
+from product import Product
+
+_ROOT = Path(__file__).parents[2]
+_STAGE = Path(os.environ.get("QX_STAGE", _ROOT / "out/stage"))
+_EVIDENCE = _ROOT / "out/e2e"
+
+
+@pytest.fixture(scope="module")
+def desktop(request: pytest.FixtureRequest) -> Iterator[Desktop]:
+    winprobe = Path(os.environ["QX_WINPROBE"])
+    running = Desktop(f"e2e-{request.path.stem}-{os.getpid()}", winprobe)
+    yield running
+    running.close()
+
+
+@pytest.fixture
+def product(desktop: Desktop, tmp_path: Path) -> Iterator[Product]:
+    """A copy of the staged tree. Whatever was started from it is ended after the test."""
+    copy = Product(desktop, _STAGE, tmp_path / "product")
+    yield copy
+    copy.end()
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
+    outcome = yield
+    report = outcome.get_result()  # type: ignore[attr-defined]
+    arguments = getattr(item, "funcargs", {})
+    if report.when == "call" and report.failed and "desktop" in arguments:
+        folder = _EVIDENCE / item.nodeid.split("/")[-1].replace("::", ".").replace("[", ".").rstrip("]")
+        shutil.rmtree(folder, ignore_errors=True)
+        folder.mkdir(parents=True)
+        _keep_evidence(folder, arguments["desktop"], arguments.get("product"))
+        report.sections.append(("evidence", str(folder)))
+
+
+def _keep_evidence(folder: Path, desktop: Desktop, product: Product | None) -> None:
+    desktop.screenshot(folder / "screen.png")
+    listing = [f"{number:5} {name}" for number, name in desktop.processes()]
+    (folder / "processes.txt").write_text("\n".join(listing) + "\n")
+    windows = [f"{w.handle:8x} {w.process:5} {w.class_name} <{w.title}>" for w in desktop.windows()]
+    (folder / "windows.txt").write_text("\n".join(windows) + "\n")
+    if product is not None:
+        (folder / "log.txt").write_text(product.log_text())

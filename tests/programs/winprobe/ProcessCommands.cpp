@@ -1,0 +1,109 @@
+#include <map>
+
+#include <windows.h>
+
+#include <tlhelp32.h>
+
+#include "Commands.h"
+#include "ProcessCounts.h"
+
+namespace
+{
+// The processes that this program started, so that their ends can be told.
+std::map<DWORD, HANDLE>& Started()
+{
+    static std::map<DWORD, HANDLE> started;
+    return started;
+}
+
+// {"commandLine", "folder"}: starts a program with exactly this command line.
+Records Start(const Record& request)
+{
+    std::wstring commandLine = request.Text("commandLine");
+    const std::wstring folder = request.Text("folder");
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                        folder.empty() ? nullptr : folder.c_str(), &startup, &process))
+    {
+        return {ErrorRecord(GetLastError())};
+    }
+    CloseHandle(process.hThread);
+    Started()[process.dwProcessId] = process.hProcess;
+    return {ErrorRecord(ERROR_SUCCESS).Set("process", process.dwProcessId)};
+}
+
+Records Status(const Record& request)
+{
+    const auto started = Started().find(request.Small("process"));
+    if (started == Started().end())
+    {
+        return {ErrorRecord(ERROR_INVALID_HANDLE)};
+    }
+    const bool running = WaitForSingleObject(started->second, 0) == WAIT_TIMEOUT;
+    DWORD exitCode = 0;
+    GetExitCodeProcess(started->second, &exitCode);
+    return {ErrorRecord(ERROR_SUCCESS).Set("running", running ? 1 : 0).Set("exitCode", exitCode)};
+}
+
+Records Terminate(const Record& request)
+{
+    HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, request.Small("process"));
+    const BOOL ended = process != nullptr && TerminateProcess(process, request.Small("exitCode"));
+    const DWORD error = ended ? ERROR_SUCCESS : GetLastError();
+    CloseHandle(process);
+    return {ErrorRecord(error)};
+}
+
+Records ListProcesses(const Record&)
+{
+    Records records{ErrorRecord(ERROR_SUCCESS)};
+    HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+    PROCESSENTRY32W entry = {};
+    entry.dwSize = sizeof(entry);
+    for (BOOL more = Process32FirstW(snapshot, &entry); more; more = Process32NextW(snapshot, &entry))
+    {
+        records.push_back(Record()
+                              .Set("process", entry.th32ProcessID)
+                              .Set("parent", entry.th32ParentProcessID)
+                              .Set("name", entry.szExeFile));
+    }
+    CloseHandle(snapshot);
+    return records;
+}
+
+Records ListModules(const Record& request)
+{
+    HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, request.Small("process"));
+    Records records{ErrorRecord(snapshot != INVALID_HANDLE_VALUE ? ERROR_SUCCESS : GetLastError())};
+    MODULEENTRY32W entry = {};
+    entry.dwSize = sizeof(entry);
+    for (BOOL more = Module32FirstW(snapshot, &entry); more; more = Module32NextW(snapshot, &entry))
+    {
+        records.push_back(Record().Set("path", entry.szExePath));
+    }
+    CloseHandle(snapshot);
+    return records;
+}
+
+Records Count(const Record& request)
+{
+    const ProcessCounts counts = CountObjectsOf(request.Small("process"));
+    return {ErrorRecord(ERROR_SUCCESS)
+                .Set("handles", counts.handles)
+                .Set("gdi", counts.gdi)
+                .Set("windows", counts.windows)
+                .Set("threads", counts.threads)};
+}
+} // namespace
+
+void AddProcessCommands(CommandTable& table)
+{
+    table[L"start"] = Start;
+    table[L"status"] = Status;
+    table[L"terminate"] = Terminate;
+    table[L"processes"] = ListProcesses;
+    table[L"modules"] = ListModules;
+    table[L"counts"] = Count;
+}

@@ -1,0 +1,154 @@
+#include "ProcessCounts.h"
+
+#include <vector>
+
+#include <winternl.h>
+
+#include <tlhelp32.h>
+
+namespace
+{
+// The system's list of all handles, in its 64-bit form.
+struct SystemHandle
+{
+    void* object;
+    ULONG_PTR process;
+    ULONG_PTR handle;
+    ULONG access;
+    USHORT creator;
+    USHORT type;
+    ULONG attributes;
+    ULONG reserved;
+};
+
+struct SystemHandleList
+{
+    ULONG_PTR count;
+    ULONG_PTR reserved;
+    SystemHandle handles[1];
+};
+
+std::size_t CountHandles(DWORD process)
+{
+    constexpr ULONG extendedHandles = 64; // beyond what the header's own type can hold
+    constexpr auto lengthMismatch = static_cast<NTSTATUS>(0xC0000004);
+    using Query = NTSTATUS(WINAPI*)(ULONG, void*, ULONG, ULONG*);
+    const auto query = reinterpret_cast<Query>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
+    std::vector<ULONG_PTR> buffer(1 << 14);
+    NTSTATUS status = lengthMismatch;
+    while (status == lengthMismatch)
+    {
+        buffer.resize(buffer.size() * 2);
+        status = query(extendedHandles, buffer.data(), static_cast<ULONG>(buffer.size() * sizeof(buffer[0])),
+                       nullptr);
+    }
+    const auto* list = reinterpret_cast<const SystemHandleList*>(buffer.data());
+    std::size_t count = 0;
+    for (ULONG_PTR i = 0; status == 0 && i < list->count; ++i)
+    {
+        count += list->handles[i].process == process ? 1U : 0U;
+    }
+    return count;
+}
+
+// One entry of the table of GDI objects that every process has mapped.
+struct GdiTableEntry
+{
+    ULONG64 object;
+    ULONG owner;
+    USHORT unique;
+    UCHAR type; // 0 marks a free entry
+    UCHAR flags;
+    ULONG64 userPointer;
+};
+
+std::size_t CountGdi(HANDLE process)
+{
+    constexpr std::size_t tableOffset = 0xF8; // of the process environment block
+    constexpr std::size_t tableLength = 0x4000;
+    PROCESS_BASIC_INFORMATION basic = {};
+    NtQueryInformationProcess(process, ProcessBasicInformation, &basic, sizeof(basic), nullptr);
+    const auto* block = reinterpret_cast<const char*>(basic.PebBaseAddress);
+    const void* table = nullptr;
+    std::vector<GdiTableEntry> entries(tableLength);
+    if (!ReadProcessMemory(process, block + tableOffset, &table, sizeof(table), nullptr) ||
+        table == nullptr ||
+        !ReadProcessMemory(process, table, entries.data(), entries.size() * sizeof(entries[0]), nullptr))
+    {
+        return 0;
+    }
+    std::size_t count = 0;
+    for (const GdiTableEntry& entry : entries)
+    {
+        count += entry.type != 0 ? 1U : 0U;
+    }
+    return count;
+}
+
+struct WindowCounter
+{
+    DWORD process;
+    std::size_t count;
+};
+
+BOOL CALLBACK CountWindow(HWND window, LPARAM argument)
+{
+    auto* counter = reinterpret_cast<WindowCounter*>(argument);
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    counter->count += process == counter->process ? 1U : 0U;
+    EnumChildWindows(
+        window,
+        [](HWND child, LPARAM inner)
+        {
+            auto* children = reinterpret_cast<WindowCounter*>(inner);
+            DWORD owner = 0;
+            GetWindowThreadProcessId(child, &owner);
+            children->count += owner == children->process ? 1U : 0U;
+            return TRUE;
+        },
+        argument);
+    return TRUE;
+}
+
+std::size_t CountWindows(DWORD process)
+{
+    WindowCounter counter = {process, 0};
+    EnumWindows(CountWindow, reinterpret_cast<LPARAM>(&counter));
+    for (HWND window = nullptr; (window = FindWindowExW(HWND_MESSAGE, window, nullptr, nullptr)) != nullptr;)
+    {
+        CountWindow(window, reinterpret_cast<LPARAM>(&counter));
+    }
+    return counter.count;
+}
+
+std::size_t CountThreads(DWORD process)
+{
+    HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof(entry);
+    std::size_t count = 0;
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry))
+    {
+        count += entry.th32OwnerProcessID == process ? 1U : 0U;
+    }
+    CloseHandle(snapshot);
+    return count;
+}
+} // namespace
+
+ProcessCounts CountObjectsOf(DWORD process)
+{
+    ProcessCounts counts;
+    counts.handles = CountHandles(process);
+    counts.windows = CountWindows(process);
+    counts.threads = CountThreads(process);
+    HANDLE opened = OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, process);
+    if (opened != nullptr)
+    {
+        counts.gdi = CountGdi(opened);
+        CloseHandle(opened);
+    }
+    return counts;
+}
