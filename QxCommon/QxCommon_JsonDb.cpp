@@ -16,7 +16,6 @@
 #include <limits>
 #include <new>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
 // The reader and the writers whose behaviour is wanted here are the older ones of the library.
@@ -31,12 +30,9 @@ constexpr std::uint32_t noError = ERROR_SUCCESS;
 constexpr std::uint32_t invalidParameter = ERROR_INVALID_PARAMETER;
 constexpr std::uint32_t outOfMemory = ERROR_OUTOFMEMORY;
 
-std::string_view TextOf(const Json::Value& node)
+std::wstring TextOf(const Json::Value& node)
 {
-    const char* begin = nullptr;
-    const char* end = nullptr;
-    node.getString(&begin, &end);
-    return {begin, static_cast<std::size_t>(end - begin)};
+    return JsonText::ToWide(node.asString());
 }
 
 // A real that lies between two numbers of the type counts as in range only if it lies within its limits
@@ -68,7 +64,7 @@ Number NumberOf(const Json::Value& node, Number (*readText)(const std::wstring&)
     case Json::intValue: return InRangeOrZero<Number>(node.asLargestInt());
     case Json::uintValue: return InRangeOrZero<Number>(node.asLargestUInt());
     case Json::realValue: return Truncated<Number>(node.asDouble());
-    case Json::stringValue: return readText(JsonText::ToWide(TextOf(node)));
+    case Json::stringValue: return readText(TextOf(node));
     default: return 0;
     }
 }
@@ -81,13 +77,13 @@ std::wstring StringOf(const Json::Value& node)
     case Json::intValue: return std::to_wstring(node.asLargestInt());
     case Json::uintValue: return std::to_wstring(node.asLargestUInt());
     case Json::realValue: return JsonText::FormatReal(node.asDouble());
-    case Json::stringValue: return JsonText::ToWide(TextOf(node));
+    case Json::stringValue: return TextOf(node);
     default: return {};
     }
 }
 
 // Leaves in the node what stands before the first error.
-bool ParseInto(Json::Value& node, std::string_view text)
+bool ParseInto(Json::Value& node, const std::string& text)
 {
     try
     {

@@ -131,17 +131,23 @@ bool IsUtf8(std::string_view text)
     return true;
 }
 
-std::wstring ToWide(std::string_view text)
+std::wstring ToWide(const std::string& text)
 {
-    if (text.empty() || text.size() > longestInput)
+    if (text.size() > longestInput)
     {
         return {};
     }
-    // A byte never becomes more than one unit.
-    const int length = static_cast<int>(text.size());
-    std::wstring wide(text.size(), L'\0');
-    const int converted = MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), length);
+    // With its terminator, so that what is cut off at the end is treated as it is elsewhere. A byte never
+    // becomes more than one unit.
+    const int length = static_cast<int>(text.size()) + 1;
+    std::wstring wide(text.size() + 1, L'\0');
+    const int converted = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), length, wide.data(), length);
     wide.resize(static_cast<std::size_t>(converted));
+    // A sequence that lacks more than one byte takes the terminator with it.
+    if (wide.ends_with(L'\0'))
+    {
+        wide.pop_back();
+    }
     return wide;
 }
 

@@ -14,7 +14,7 @@ namespace QxCommon::JsonText
 
 // These convert by length, NULs included. What is malformed becomes U+FFFD; a text beyond the platform's
 // limit becomes empty.
-[[nodiscard]] std::wstring ToWide(std::string_view text);
+[[nodiscard]] std::wstring ToWide(const std::string& text);
 [[nodiscard]] std::string ToUtf8(std::wstring_view text);
 
 // A decimal number, as far as the text goes on being one; 0 if it does not begin with one. Throws

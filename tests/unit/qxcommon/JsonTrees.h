@@ -1,0 +1,26 @@
+#pragma once
+
+#include "QxCommon_JsonDb.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+// The tree of a JSON text, which has to parse.
+inline QxCommon::JsonDb Tree(const std::wstring& text)
+{
+    QxCommon::JsonDb tree;
+    EXPECT_EQ(tree.ParseFromString(text), 0U) << "does not parse";
+    return tree;
+}
+
+// What a handle holds, on one line and without its line feed.
+inline std::wstring Text(const QxCommon::JsonDb& tree)
+{
+    std::wstring text = tree.ToFastString();
+    if (text.ends_with(L'\n'))
+    {
+        text.pop_back();
+    }
+    return text;
+}
