@@ -28,15 +28,12 @@ public:
 class CSid
 {
 public:
-    CSid(const SID_IDENTIFIER_AUTHORITY& rIdentifierAuthority, std::initializer_list<DWORD> subAuthorities);
-    explicit CSid(const SID& rSid);
+    // Takes nSubAuthorityCount further DWORDs.
+    CSid(const SID_IDENTIFIER_AUTHORITY& rIdentifierAuthority, BYTE nSubAuthorityCount, ...);
 
-    [[nodiscard]] bool IsValid() const noexcept;
     [[nodiscard]] UINT GetLength() const noexcept;
     // Good for the life of this object.
     [[nodiscard]] const SID* GetPSID() const noexcept;
-
-    friend bool operator==(const CSid& left, const CSid& right) noexcept;
 
 private:
     std::vector<BYTE> m_sid;
@@ -59,7 +56,7 @@ class CDacl
 public:
     CDacl();
 
-    // False when the entry would take the list beyond the system's limit of 64 KB.
+    // Throws when the entry would take the list beyond the system's limit of 64 KB.
     bool AddAllowedAce(const CSid& rSid, ACCESS_MASK AccessMask, BYTE AceFlags = 0);
     [[nodiscard]] UINT GetAceCount() const noexcept;
     // Good until the next entry is added.
@@ -69,15 +66,13 @@ private:
     std::vector<BYTE> m_acl;
 };
 
-// A security descriptor in its self-relative form, so a copy is a copy of its bytes. It starts with no
-// owner, no group and no access lists.
+// A security descriptor in its self-relative form, so a copy is a copy of its bytes. It has no owner, no
+// group and no audit list, and nothing at all before SetDacl.
 class CSecurityDesc
 {
 public:
-    CSecurityDesc();
-
     void SetDacl(const CDacl& Dacl, bool bDefaulted = false);
-    // Good until the next change of this object.
+    // Null before SetDacl. Good until the next change of this object.
     [[nodiscard]] const SECURITY_DESCRIPTOR* GetPSECURITY_DESCRIPTOR() const noexcept;
 
 private:
@@ -90,11 +85,11 @@ class CSecurityAttributes : public SECURITY_ATTRIBUTES
 {
 public:
     CSecurityAttributes() noexcept;
-    explicit CSecurityAttributes(const CSecurityDesc& rSecurityDescriptor, bool bInheritHandle = false);
+    explicit CSecurityAttributes(const CSecurityDesc& rSecurityDescriptor, bool bInheritsHandle = false);
     CSecurityAttributes(const CSecurityAttributes&) = delete;
     CSecurityAttributes& operator=(const CSecurityAttributes&) = delete;
 
-    void Set(const CSecurityDesc& rSecurityDescriptor, bool bInheritHandle = false);
+    void Set(const CSecurityDesc& rSecurityDescriptor, bool bInheritsHandle = false);
 
 protected:
     CSecurityDesc m_SecurityDescriptor;

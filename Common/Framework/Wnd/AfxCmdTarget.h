@@ -36,6 +36,9 @@ struct AFX_MSGMAP
     const AFX_MSGMAP_ENTRY* lpEntries;
 };
 
+// The row that a message or a command leads to, in pMap or the nearest base. Null if there is none.
+const AFX_MSGMAP_ENTRY* AfxFindMessageEntry(const AFX_MSGMAP* pMap, UINT nMsg, int nCode = 0, UINT nID = 0);
+
 // Who would handle a command: the answer to a question that runs nothing.
 struct AFX_CMDHANDLERINFO
 {

@@ -28,9 +28,7 @@ protected:                                                                      
         static const AFX_MSGMAP_ENTRY _messageEntries[] = {
 
 #define END_MESSAGE_MAP()                                                                                    \
-    /* the end */ {                                                                                          \
-        0, 0, 0, nullptr, nullptr                                                                            \
-    }                                                                                                        \
+    AFX_MSGMAP_ENTRY {}                                                                                      \
     }                                                                                                        \
     ;                                                                                                        \
     static const AFX_MSGMAP messageMap = {&TheBaseClass::GetThisMessageMap, _messageEntries};                \

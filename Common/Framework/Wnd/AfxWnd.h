@@ -10,8 +10,6 @@
 #include "AfxCmdTarget.h"
 #include "AfxMenu.h"
 
-inline constexpr DWORD MLF_NOIDLEMSG = 0x0001;
-inline constexpr DWORD MLF_NOKICKIDLE = 0x0002;
 inline constexpr DWORD MLF_SHOWONIDLE = 0x0004; // RunModalLoop shows the window
 
 // A window and its messages. The object belongs to its window from WM_NCCREATE to WM_NCDESTROY; messages
@@ -110,8 +108,8 @@ private:
     int m_nModalResult = -1;
 };
 
-// The name of a window class of that look, registered by the first call. Null if the system refuses. Good
-// until the thread's next call.
+// The name of a window class of that look, which the first call registers. Null if the system refuses. The
+// text lives as long as the process. Any thread.
 LPCTSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor = nullptr, HBRUSH hbrBackground = nullptr,
                             HICON hIcon = nullptr);
 LRESULT CALLBACK AfxWndProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept;

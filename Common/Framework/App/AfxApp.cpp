@@ -1,0 +1,129 @@
+#include "AfxApp.h"
+
+#include "AfxState.h"
+
+#include <filesystem>
+
+#include <shobjidl.h>
+
+namespace
+{
+constinit CWinApp* s_pApp = nullptr;
+
+std::wstring ProgramName()
+{
+    wchar_t path[MAX_PATH] = {};
+    ::GetModuleFileName(nullptr, path, MAX_PATH);
+    return std::filesystem::path(path).stem().wstring();
+}
+} // namespace
+
+IMPLEMENT_DYNAMIC(CWinApp, CWinThread)
+
+CWinApp::CWinApp(LPCTSTR lpszAppName)
+    : m_hInstance(AfxGetInstanceHandle()), m_strAppName(lpszAppName != nullptr ? lpszAppName : ProgramName())
+{
+    m_pszAppName = m_strAppName.c_str();
+    s_pApp = this;
+}
+
+CWinApp::~CWinApp()
+{
+    s_pApp = nullptr;
+}
+
+BOOL CWinApp::InitInstance()
+{
+    return TRUE;
+}
+
+int CWinApp::Run()
+{
+    if (m_pMainWnd == nullptr)
+    {
+        AfxPostQuitMessage(0); // nobody could ever end the loop
+    }
+    return CWinThread::Run();
+}
+
+HICON CWinApp::LoadIcon(UINT nIDResource) const
+{
+    return ::LoadIcon(m_hInstance, MAKEINTRESOURCE(nIDResource));
+}
+
+BOOL CWinApp::EnableTaskbarInteraction(BOOL bEnable)
+{
+    if (m_pMainWnd != nullptr)
+    {
+        return FALSE;
+    }
+    m_bTaskBarInteractionEnabled = bEnable;
+    return TRUE;
+}
+
+void CWinApp::SetAppID(LPCTSTR lpcszAppID)
+{
+    m_strAppID = lpcszAppID;
+    m_pszAppID = m_strAppID.c_str();
+    ::SetCurrentProcessExplicitAppUserModelID(m_pszAppID);
+}
+
+void CWinApp::SetRegistryKey(LPCTSTR lpszRegistryKey)
+{
+    m_strRegistryKey = lpszRegistryKey;
+    m_pszRegistryKey = m_strRegistryKey.c_str();
+}
+
+BOOL CWinApp::Supports(DWORD dwFlag) const
+{
+    return (m_dwRestartManagerSupportFlags & dwFlag) != 0;
+}
+
+BOOL CWinApp::SupportsRestartManager() const
+{
+    return Supports(AFX_RESTART_MANAGER_SUPPORT_RESTART);
+}
+
+BOOL CWinApp::SupportsApplicationRecovery() const
+{
+    return Supports(AFX_RESTART_MANAGER_SUPPORT_RECOVERY);
+}
+
+BOOL CWinApp::SupportsAutosaveAtRestart() const
+{
+    return Supports(AFX_RESTART_MANAGER_AUTOSAVE_AT_RESTART);
+}
+
+BOOL CWinApp::SupportsAutosaveAtInterval() const
+{
+    return Supports(AFX_RESTART_MANAGER_AUTOSAVE_AT_INTERVAL);
+}
+
+BOOL CWinApp::ReopenPreviousFilesAtRestart() const
+{
+    return Supports(AFX_RESTART_MANAGER_REOPEN_PREVIOUS_FILES);
+}
+
+BOOL CWinApp::RestoreAutosavedFilesAtRestart() const
+{
+    return Supports(AFX_RESTART_MANAGER_RESTORE_AUTOSAVED_FILES);
+}
+
+CWinApp* AfxGetApp()
+{
+    return s_pApp;
+}
+
+int AfxMessageBox(LPCTSTR lpszText, UINT nType)
+{
+    const auto* const pApp = AfxGetApp();
+    const auto* const pMainWnd = AfxGetMainWnd();
+    const UINT nIcon = (nType & MB_ICONMASK) == 0 ? MB_ICONEXCLAMATION : 0;
+    return ::MessageBox(pMainWnd != nullptr ? pMainWnd->m_hWnd : nullptr, lpszText,
+                        pApp != nullptr ? pApp->m_pszAppName : L"", nType | nIcon);
+}
+
+int AfxMessageBox(UINT nIDPrompt, UINT nType)
+{
+    return AfxMessageBox(AfxResourceString(nIDPrompt).c_str(), nType);
+}

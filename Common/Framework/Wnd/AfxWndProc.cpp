@@ -1,0 +1,200 @@
+#include "AfxState.h"
+
+#include <cwchar>
+#include <mutex>
+#include <set>
+#include <utility>
+
+namespace
+{
+// Finds out whether a command is enabled without there being an entry to show it.
+class CTestCmdUI : public CCmdUI
+{
+public:
+    void Enable(BOOL bOn) override
+    {
+        m_bEnabled = bOn;
+        m_bEnableChanged = TRUE;
+    }
+
+    void SetCheck(int) override {}
+
+    BOOL m_bEnabled = TRUE;
+};
+
+// The same characters for the same name, for the life of the process.
+LPCTSTR KeepName(const wchar_t* name)
+{
+    static std::mutex lock;
+    static std::set<std::wstring> names;
+    const std::lock_guard guard(lock);
+    return names.emplace(name).first->c_str();
+}
+} // namespace
+
+LPCTSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor, HBRUSH hbrBackground, HICON hIcon)
+{
+    wchar_t name[96] = {};
+    _snwprintf_s(name, _TRUNCATE, L"Afx:%x:%p:%p:%p", nClassStyle, static_cast<void*>(hCursor),
+                 static_cast<void*>(hbrBackground), static_cast<void*>(hIcon));
+
+    WNDCLASS wc{};
+    if (!::GetClassInfo(AfxGetInstanceHandle(), name, &wc))
+    {
+        wc = {nClassStyle, &AfxWndProc,   0,       0,   AfxGetInstanceHandle(), hIcon,
+              hCursor,     hbrBackground, nullptr, name};
+        if (::RegisterClass(&wc) == 0 && ::GetLastError() != ERROR_CLASS_ALREADY_EXISTS)
+        {
+            return nullptr;
+        }
+    }
+    return KeepName(name);
+}
+
+LRESULT CALLBACK AfxWndProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept
+{
+    auto* const pState = AfxGetThreadState();
+    if (message == WM_NCCREATE && pState->pWndInit != nullptr)
+    {
+        std::exchange(pState->pWndInit, nullptr)->Attach(hWnd);
+    }
+    auto* const pWnd = CWnd::FromHandlePermanent(hWnd);
+    if (pWnd == nullptr)
+    {
+        return ::DefWindowProc(hWnd, message, wParam, lParam);
+    }
+    // The handler may delete the object: nothing of it is touched afterwards.
+    const MSG outer = std::exchange(pState->lastSentMsg, {hWnd, message, wParam, lParam, 0, {}});
+    const LRESULT lResult = pWnd->WindowProc(message, wParam, lParam);
+    pState->lastSentMsg = outer;
+    return lResult;
+}
+
+BEGIN_MESSAGE_MAP(CWnd, CCmdTarget)
+    ON_WM_NCDESTROY()
+END_MESSAGE_MAP()
+
+BOOL CWnd::PreCreateWindow(CREATESTRUCT& cs)
+{
+    if (cs.lpszClass == nullptr)
+    {
+        cs.lpszClass = AfxRegisterWndClass(0);
+    }
+    return TRUE;
+}
+
+LRESULT CWnd::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    LRESULT lResult = 0;
+    return OnWndMsg(message, wParam, lParam, &lResult) ? lResult : DefWindowProc(message, wParam, lParam);
+}
+
+LRESULT CWnd::DefWindowProc(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    return m_pfnSuper != nullptr ? ::CallWindowProc(m_pfnSuper, m_hWnd, message, wParam, lParam)
+                                 : ::DefWindowProc(m_hWnd, message, wParam, lParam);
+}
+
+LRESULT CWnd::Default()
+{
+    const MSG& msg = AfxGetThreadState()->lastSentMsg;
+    return DefWindowProc(msg.message, msg.wParam, msg.lParam);
+}
+
+BOOL CWnd::OnWndMsg(UINT message, WPARAM wParam, LPARAM lParam, LRESULT* pResult)
+{
+    if (message == WM_COMMAND)
+    {
+        *pResult = OnCommand(wParam, lParam);
+        return *pResult != 0;
+    }
+    // Anybody can send a colour message without a context; no handler expects one.
+    const bool bCtlColor = message >= WM_CTLCOLORMSGBOX && message <= WM_CTLCOLORSTATIC && wParam != 0;
+    const auto* const pEntry = AfxFindMessageEntry(GetMessageMap(), bCtlColor ? WM_CTLCOLOR : message);
+    if (pEntry == nullptr)
+    {
+        return FALSE;
+    }
+    *pResult = pEntry->pfn(this, {m_hWnd, message, wParam, lParam, 0, {}});
+    return TRUE;
+}
+
+BOOL CWnd::OnCommand(WPARAM wParam, LPARAM lParam)
+{
+    const UINT nID = LOWORD(wParam);
+    if (nID == 0)
+    {
+        return FALSE;
+    }
+    if (lParam != 0)
+    {
+        return OnCmdMsg(nID, HIWORD(wParam), nullptr, nullptr); // a control's notification
+    }
+    CTestCmdUI state;
+    state.m_nID = nID;
+    OnCmdMsg(nID, CN_UPDATE_COMMAND_UI, &state, nullptr);
+    return !state.m_bEnabled || OnCmdMsg(nID, CN_COMMAND, nullptr, nullptr);
+}
+
+int CWnd::OnCreate(LPCREATESTRUCT)
+{
+    return static_cast<int>(Default());
+}
+
+void CWnd::OnClose()
+{
+    Default();
+}
+
+void CWnd::OnDestroy()
+{
+    Default();
+}
+
+void CWnd::OnNcDestroy()
+{
+    auto* const pThread = AfxGetThread();
+    if (pThread != nullptr && pThread->m_pMainWnd == this)
+    {
+        pThread->m_pMainWnd = nullptr;
+        AfxPostQuitMessage(0);
+    }
+    Default();
+    Detach();
+    if (m_bContinueModal)
+    {
+        m_bContinueModal = FALSE;
+        ::PostThreadMessage(::GetCurrentThreadId(), WM_NULL, 0, 0); // the loop looks after each message
+    }
+    PostNcDestroy();
+}
+
+void CWnd::OnPaint()
+{
+    Default();
+}
+
+void CWnd::OnTimer(UINT_PTR)
+{
+    Default();
+}
+
+void CWnd::OnSettingChange(UINT, LPCTSTR)
+{
+    Default();
+}
+
+void CWnd::OnSessionChange(UINT, UINT)
+{
+    Default();
+}
+
+UINT CWnd::OnPowerBroadcast(UINT, LPARAM)
+{
+    return static_cast<UINT>(Default());
+}
+
+HBRUSH CWnd::OnCtlColor(CDC*, CWnd*, UINT)
+{
+    return reinterpret_cast<HBRUSH>(Default());
+}
