@@ -85,7 +85,9 @@ private:
 class LogStatement
 {
 public:
-    LogStatement(const LogLocation& where, const wchar_t* begin);
+    using Emit = void (*)(const LogLocation& location, const std::wostringstream& stream) noexcept;
+
+    LogStatement(const LogLocation& where, const wchar_t* begin, Emit emitter);
     ~LogStatement();
 
     LogStatement(const LogStatement&) = delete;
@@ -96,6 +98,7 @@ public:
 private:
     std::uint32_t lastError; // of the caller
     LogLocation location;
+    Emit emit;
     std::wostringstream stream;
 };
 
@@ -147,15 +150,16 @@ void Printf(const LogLocation& location, const wchar_t* format, Arguments... arg
 #define VZ_LOG_JOIN_TOKENS(left, right) left##right
 #define VZ_LOG_JOIN(left, right) VZ_LOG_JOIN_TOKENS(left, right)
 
-#define VZ_LOG_STATEMENT(level, prefix)                                                                      \
-    ::VzCommon::LogStatement({VZ_LOG_FILE, __LINE__, ::VzCommon::LogLevel::level}, LOG_CLASS_TAG prefix)     \
+#define VZ_LOG_STATEMENT(level, prefix, emit)                                                                \
+    ::VzCommon::LogStatement({VZ_LOG_FILE, __LINE__, ::VzCommon::LogLevel::level}, LOG_CLASS_TAG prefix,     \
+                             emit)                                                                           \
         .Stream()
 
-#define LOG_INFO VZ_LOG_STATEMENT(Info, L": [INFO] ")
-#define LOG_WARN VZ_LOG_STATEMENT(Warn, L": [WARN] ")
-#define LOG_ERROR VZ_LOG_STATEMENT(Error, L": [ERROR] ")
-#define LOG_FATAL VZ_LOG_STATEMENT(Fatal, L": [FATAL] ")
-#define LOG_DEBUG VZ_LOG_STATEMENT(Debug, L": [DEBUG] ")
+#define LOG_INFO VZ_LOG_STATEMENT(Info, L": [INFO] ", ::VzCommon::EmitLogLine)
+#define LOG_WARN VZ_LOG_STATEMENT(Warn, L": [WARN] ", ::VzCommon::EmitLogLine)
+#define LOG_ERROR VZ_LOG_STATEMENT(Error, L": [ERROR] ", ::VzCommon::EmitLogLine)
+#define LOG_FATAL VZ_LOG_STATEMENT(Fatal, L": [FATAL] ", ::VzCommon::EmitLogLine)
+#define LOG_DEBUG VZ_LOG_STATEMENT(Debug, L": [DEBUG] ", ::VzCommon::EmitLogLine)
 
 // Without class tag and prefix. The format is a literal for the system's C library, where %s is wide.
 #define LOG_PRINTF(level, format, ...)                                                                       \
