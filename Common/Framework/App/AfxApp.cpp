@@ -1,6 +1,5 @@
-#include "AfxApp.h"
-
 #include "AfxState.h"
+#include "afxwin.h"
 
 #include <filesystem>
 
@@ -20,8 +19,7 @@ std::wstring ProgramName()
 
 IMPLEMENT_DYNAMIC(CWinApp, CWinThread)
 
-CWinApp::CWinApp(LPCTSTR lpszAppName)
-    : m_hInstance(AfxGetInstanceHandle()), m_strAppName(lpszAppName != nullptr ? lpszAppName : ProgramName())
+CWinApp::CWinApp(LPCTSTR lpszAppName) : m_strAppName(lpszAppName != nullptr ? lpszAppName : ProgramName())
 {
     m_pszAppName = m_strAppName.c_str();
     s_pApp = this;
@@ -30,11 +28,6 @@ CWinApp::CWinApp(LPCTSTR lpszAppName)
 CWinApp::~CWinApp()
 {
     s_pApp = nullptr;
-}
-
-BOOL CWinApp::InitInstance()
-{
-    return TRUE;
 }
 
 int CWinApp::Run()
@@ -74,39 +67,14 @@ void CWinApp::SetRegistryKey(LPCTSTR lpszRegistryKey)
     m_pszRegistryKey = m_strRegistryKey.c_str();
 }
 
-BOOL CWinApp::Supports(DWORD dwFlag) const
-{
-    return (m_dwRestartManagerSupportFlags & dwFlag) != 0;
-}
-
 BOOL CWinApp::SupportsRestartManager() const
 {
-    return Supports(AFX_RESTART_MANAGER_SUPPORT_RESTART);
+    return (m_dwRestartManagerSupportFlags & AFX_RESTART_MANAGER_SUPPORT_RESTART) != 0;
 }
 
 BOOL CWinApp::SupportsApplicationRecovery() const
 {
-    return Supports(AFX_RESTART_MANAGER_SUPPORT_RECOVERY);
-}
-
-BOOL CWinApp::SupportsAutosaveAtRestart() const
-{
-    return Supports(AFX_RESTART_MANAGER_AUTOSAVE_AT_RESTART);
-}
-
-BOOL CWinApp::SupportsAutosaveAtInterval() const
-{
-    return Supports(AFX_RESTART_MANAGER_AUTOSAVE_AT_INTERVAL);
-}
-
-BOOL CWinApp::ReopenPreviousFilesAtRestart() const
-{
-    return Supports(AFX_RESTART_MANAGER_REOPEN_PREVIOUS_FILES);
-}
-
-BOOL CWinApp::RestoreAutosavedFilesAtRestart() const
-{
-    return Supports(AFX_RESTART_MANAGER_RESTORE_AUTOSAVED_FILES);
+    return (m_dwRestartManagerSupportFlags & AFX_RESTART_MANAGER_SUPPORT_RECOVERY) != 0;
 }
 
 CWinApp* AfxGetApp()
@@ -126,4 +94,28 @@ int AfxMessageBox(LPCTSTR lpszText, UINT nType)
 int AfxMessageBox(UINT nIDPrompt, UINT nType)
 {
     return AfxMessageBox(AfxResourceString(nIDPrompt).c_str(), nType);
+}
+
+int AfxWinMain()
+{
+    auto* const pApp = AfxGetApp();
+    if (pApp == nullptr)
+    {
+        return -1;
+    }
+    ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+    if (pApp->InitInstance())
+    {
+        return pApp->Run();
+    }
+    if (pApp->m_pMainWnd != nullptr)
+    {
+        pApp->m_pMainWnd->DestroyWindow();
+    }
+    return pApp->ExitInstance();
+}
+
+int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int)
+{
+    return AfxWinMain();
 }

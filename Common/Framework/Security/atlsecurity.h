@@ -17,23 +17,21 @@ namespace ATL
 class CAtlException
 {
 public:
-    CAtlException() noexcept = default;
-
     explicit CAtlException(HRESULT hr) noexcept : m_hr(hr) {}
 
-    HRESULT m_hr = E_FAIL;
+    HRESULT m_hr;
 };
 
 // A security identifier, held by value.
 class CSid
 {
 public:
-    // Takes nSubAuthorityCount further DWORDs.
-    CSid(const SID_IDENTIFIER_AUTHORITY& rIdentifierAuthority, BYTE nSubAuthorityCount, ...);
+    explicit CSid(WELL_KNOWN_SID_TYPE type);
 
-    [[nodiscard]] UINT GetLength() const noexcept;
+    [[nodiscard]] UINT GetLength() const noexcept { return static_cast<UINT>(m_sid.size()); }
+
     // Good for the life of this object.
-    [[nodiscard]] const SID* GetPSID() const noexcept;
+    [[nodiscard]] const SID* GetPSID() const noexcept { return reinterpret_cast<const SID*>(m_sid.data()); }
 
 private:
     std::vector<BYTE> m_sid;
@@ -41,13 +39,13 @@ private:
 
 namespace Sids
 {
-CSid CreatorOwner();      // S-1-3-0
-CSid Interactive();       // S-1-5-4
-CSid AuthenticatedUser(); // S-1-5-11
-CSid System();            // S-1-5-18
-CSid Admins();            // S-1-5-32-544
-CSid Users();             // S-1-5-32-545
-CSid PowerUsers();        // S-1-5-32-547
+inline constexpr auto CreatorOwner = [] { return CSid(WinCreatorOwnerSid); };           // S-1-3-0
+inline constexpr auto Interactive = [] { return CSid(WinInteractiveSid); };             // S-1-5-4
+inline constexpr auto AuthenticatedUser = [] { return CSid(WinAuthenticatedUserSid); }; // S-1-5-11
+inline constexpr auto System = [] { return CSid(WinLocalSystemSid); };                  // S-1-5-18
+inline constexpr auto Admins = [] { return CSid(WinBuiltinAdministratorsSid); };        // S-1-5-32-544
+inline constexpr auto Users = [] { return CSid(WinBuiltinUsersSid); };                  // S-1-5-32-545
+inline constexpr auto PowerUsers = [] { return CSid(WinBuiltinPowerUsersSid); };        // S-1-5-32-547
 } // namespace Sids
 
 // An access list in the order in which its entries were added. Without entries it denies everybody.
@@ -56,11 +54,11 @@ class CDacl
 public:
     CDacl();
 
-    // Throws when the entry would take the list beyond the system's limit of 64 KB.
+    // True, or throws: when the system refuses, and when the list would grow beyond its limit of 64 KB.
     bool AddAllowedAce(const CSid& rSid, ACCESS_MASK AccessMask, BYTE AceFlags = 0);
-    [[nodiscard]] UINT GetAceCount() const noexcept;
+
     // Good until the next entry is added.
-    [[nodiscard]] const ACL* GetPACL() const noexcept;
+    [[nodiscard]] const ACL* GetPACL() const noexcept { return reinterpret_cast<const ACL*>(m_acl.data()); }
 
 private:
     std::vector<BYTE> m_acl;
@@ -79,12 +77,12 @@ private:
     std::vector<BYTE> m_descriptor;
 };
 
-// What the creating calls of the system take. Owns a copy of its descriptor, and so must outlive the call
-// only. Empty, it is all zero.
+// What the creating calls of the system take. Owns a copy of its descriptor; all zero before Set.
 class CSecurityAttributes : public SECURITY_ATTRIBUTES
 {
 public:
-    CSecurityAttributes() noexcept;
+    CSecurityAttributes() noexcept : SECURITY_ATTRIBUTES{} {}
+
     explicit CSecurityAttributes(const CSecurityDesc& rSecurityDescriptor, bool bInheritsHandle = false);
     CSecurityAttributes(const CSecurityAttributes&) = delete;
     CSecurityAttributes& operator=(const CSecurityAttributes&) = delete;

@@ -1,6 +1,6 @@
 #include "AfxCmdTarget.h"
 
-#include "AfxWnd.h"
+#include "AfxMenu.h"
 
 namespace
 {
@@ -16,7 +16,18 @@ bool Matches(const AFX_MSGMAP_ENTRY& entry, UINT nMsg, int nCode, UINT nID)
 }
 } // namespace
 
+CRuntimeClass CObject::classCObject = {"CObject", static_cast<int>(sizeof(CObject)), nullptr};
 IMPLEMENT_DYNAMIC(CCmdTarget, CObject)
+
+BOOL CRuntimeClass::IsDerivedFrom(const CRuntimeClass* pBaseClass) const
+{
+    const auto* pClass = this;
+    while (pClass != nullptr && pClass != pBaseClass)
+    {
+        pClass = pClass->m_pBaseClass;
+    }
+    return pClass != nullptr;
+}
 
 const AFX_MSGMAP_ENTRY* AfxFindMessageEntry(const AFX_MSGMAP* pMap, UINT nMsg, int nCode, UINT nID)
 {
@@ -41,70 +52,42 @@ const AFX_MSGMAP* CCmdTarget::GetThisMessageMap()
     return &messageMap;
 }
 
-const AFX_MSGMAP* CCmdTarget::GetMessageMap() const
-{
-    return GetThisMessageMap();
-}
-
 BOOL CCmdTarget::OnCmdMsg(UINT nID, int nCode, void* pExtra, AFX_CMDHANDLERINFO* pHandlerInfo)
 {
     const auto* const pEntry = AfxFindMessageEntry(GetMessageMap(), WM_COMMAND, nCode, nID);
-    if (pEntry == nullptr)
-    {
-        return FALSE;
-    }
-    if (pHandlerInfo != nullptr)
+    if (pEntry != nullptr && pHandlerInfo != nullptr)
     {
         *pHandlerInfo = {this, pEntry->pfn};
-        return TRUE;
     }
-    auto* const pCmdUI = nCode == CN_UPDATE_COMMAND_UI ? static_cast<CCmdUI*>(pExtra) : nullptr;
-    if (pCmdUI != nullptr)
+    else if (pEntry != nullptr)
     {
-        pCmdUI->m_bContinueRouting = FALSE;
+        pEntry->pfn(this, {nullptr, WM_COMMAND, nID, reinterpret_cast<LPARAM>(pExtra), 0, {}});
     }
-    pEntry->pfn(this, {nullptr, WM_COMMAND, nID, reinterpret_cast<LPARAM>(pCmdUI), 0, {}});
-    return pCmdUI == nullptr || !pCmdUI->m_bContinueRouting;
+    return pEntry != nullptr;
 }
 
 void CCmdUI::Enable(BOOL bOn)
 {
-    if (m_pMenu != nullptr)
+    if (m_pSubMenu == nullptr)
     {
-        if (m_pSubMenu != nullptr)
+        if (m_pMenu != nullptr)
         {
-            return;
+            m_pMenu->EnableMenuItem(m_nIndex, MF_BYPOSITION | (bOn ? MF_ENABLED : MF_GRAYED));
         }
-        m_pMenu->EnableMenuItem(m_nIndex, MF_BYPOSITION | (bOn ? MF_ENABLED : MF_GRAYED));
+        m_bEnableChanged = TRUE;
     }
-    else if (m_pOther != nullptr)
-    {
-        ::EnableWindow(m_pOther->m_hWnd, bOn);
-    }
-    m_bEnableChanged = TRUE;
 }
 
 void CCmdUI::SetCheck(int nCheck)
 {
-    if (m_pMenu != nullptr)
+    if (m_pMenu != nullptr && m_pSubMenu == nullptr)
     {
-        if (m_pSubMenu == nullptr)
-        {
-            m_pMenu->CheckMenuItem(m_nIndex, MF_BYPOSITION | (nCheck != 0 ? MF_CHECKED : MF_UNCHECKED));
-        }
-    }
-    else if (m_pOther != nullptr)
-    {
-        m_pOther->SendMessage(BM_SETCHECK, static_cast<WPARAM>(nCheck));
+        m_pMenu->CheckMenuItem(m_nIndex, MF_BYPOSITION | (nCheck != 0 ? MF_CHECKED : MF_UNCHECKED));
     }
 }
 
 BOOL CCmdUI::DoUpdate(CCmdTarget* pTarget, BOOL bDisableIfNoHndler)
 {
-    if (m_nID == 0 || LOWORD(m_nID) == 0xFFFF)
-    {
-        return TRUE;
-    }
     m_bEnableChanged = FALSE;
     const BOOL bHandled = pTarget->OnCmdMsg(m_nID, CN_UPDATE_COMMAND_UI, this, nullptr);
     if (bDisableIfNoHndler && !m_bEnableChanged)

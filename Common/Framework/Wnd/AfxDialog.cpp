@@ -1,7 +1,6 @@
-#include "AfxDialog.h"
+#include "afxdialogex.h"
 
 #include "AfxState.h"
-#include "afxdialogex.h"
 
 #include <utility>
 
@@ -49,30 +48,4 @@ void CDialog::EndDialog(int nResult)
         EndModalLoop(nResult);
     }
     ::EndDialog(m_hWnd, nResult);
-}
-
-BOOL CDialog::OnInitDialog()
-{
-    return TRUE;
-}
-
-BOOL CDialog::PreTranslateMessage(MSG* pMsg)
-{
-    if (CWnd::PreTranslateMessage(pMsg))
-    {
-        return TRUE;
-    }
-    const bool bInput = (pMsg->message >= WM_KEYFIRST && pMsg->message <= WM_KEYLAST) ||
-                        (pMsg->message >= WM_MOUSEFIRST && pMsg->message <= WM_MOUSELAST);
-    return bInput && ::IsDialogMessage(m_hWnd, pMsg);
-}
-
-void CDialog::OnOK()
-{
-    EndDialog(IDOK);
-}
-
-void CDialog::OnCancel()
-{
-    EndDialog(IDCANCEL);
 }

@@ -2,45 +2,30 @@
 
 #include "AfxState.h"
 
+#include <algorithm>
+
 namespace
 {
 constexpr UINT firstSystemCommand = 0xF000;
 constexpr UINT noCommand = static_cast<UINT>(-1); // what a popup's own entry has for an id
 } // namespace
 
-const RECT CFrameWnd::rectDefault = {CW_USEDEFAULT, CW_USEDEFAULT, 0, 0};
-
-IMPLEMENT_DYNCREATE(CFrameWnd, CWnd)
+IMPLEMENT_DYNAMIC(CFrameWnd, CWnd)
 
 BEGIN_MESSAGE_MAP(CFrameWnd, CWnd)
-    ON_WM_CREATE()
     ON_WM_CLOSE()
-    ON_WM_DESTROY()
     ON_WM_INITMENUPOPUP()
     ON_WM_QUERYENDSESSION()
     ON_WM_ENDSESSION()
 END_MESSAGE_MAP()
 
-BOOL CFrameWnd::Create(LPCTSTR lpszClassName, LPCTSTR lpszWindowName, DWORD dwStyle, const RECT& rect,
-                       CWnd* pParentWnd, LPCTSTR lpszMenuName, DWORD dwExStyle, CCreateContext* pContext)
-{
-    const HMENU hMenu = lpszMenuName != nullptr ? ::LoadMenu(AfxGetInstanceHandle(), lpszMenuName) : nullptr;
-    const HWND hParent = pParentWnd != nullptr ? pParentWnd->m_hWnd : nullptr;
-    const BOOL bCreated = CreateEx(dwExStyle, lpszClassName, lpszWindowName, dwStyle, rect.left, rect.top,
-                                   rect.right - rect.left, rect.bottom - rect.top, hParent, hMenu, pContext);
-    if (!bCreated && hMenu != nullptr)
-    {
-        ::DestroyMenu(hMenu);
-    }
-    return bCreated;
-}
-
 BOOL CFrameWnd::LoadFrame(UINT nIDResource, DWORD dwDefaultStyle, CWnd* pParentWnd, CCreateContext* pContext)
 {
     std::wstring title = AfxResourceString(nIDResource);
     title.resize(std::min(title.find(L'\n'), title.size())); // further lines describe documents
-    return Create(GetIconWndClass(dwDefaultStyle, nIDResource), title.c_str(), dwDefaultStyle, rectDefault,
-                  pParentWnd, MAKEINTRESOURCE(nIDResource), 0, pContext);
+    return CreateEx(0, GetIconWndClass(dwDefaultStyle, nIDResource), title.c_str(), dwDefaultStyle,
+                    CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT,
+                    pParentWnd != nullptr ? pParentWnd->m_hWnd : nullptr, nullptr, pContext);
 }
 
 // The frame's window class with the resource's icon; null, which means the usual class, without such an icon.
@@ -69,11 +54,6 @@ BOOL CFrameWnd::PreCreateWindow(CREATESTRUCT& cs)
     return TRUE;
 }
 
-void CFrameWnd::PostNcDestroy()
-{
-    delete this;
-}
-
 BOOL CFrameWnd::OnCmdMsg(UINT nID, int nCode, void* pExtra, AFX_CMDHANDLERINFO* pHandlerInfo)
 {
     if (CWnd::OnCmdMsg(nID, nCode, pExtra, pHandlerInfo))
@@ -82,26 +62,6 @@ BOOL CFrameWnd::OnCmdMsg(UINT nID, int nCode, void* pExtra, AFX_CMDHANDLERINFO* 
     }
     auto* const pThread = AfxGetThread();
     return pThread != nullptr && pThread->OnCmdMsg(nID, nCode, pExtra, pHandlerInfo);
-}
-
-int CFrameWnd::OnCreate(LPCREATESTRUCT lpCreateStruct)
-{
-    return CWnd::OnCreate(lpCreateStruct);
-}
-
-void CFrameWnd::OnClose()
-{
-    DestroyWindow();
-}
-
-void CFrameWnd::OnDestroy()
-{
-    CWnd::OnDestroy();
-}
-
-BOOL CFrameWnd::OnQueryEndSession()
-{
-    return TRUE;
 }
 
 // The system ends the process once this returns, so the application's end cannot wait for the message loop's.
@@ -134,6 +94,6 @@ void CFrameWnd::OnInitMenuPopup(CMenu* pPopupMenu, UINT, BOOL bSysMenu)
             continue; // a separator, or a popup that begins with one or with another popup
         }
         const bool bGreyable = state.m_pSubMenu == nullptr && state.m_nID < firstSystemCommand;
-        state.DoUpdate(this, m_bAutoMenuEnable && bGreyable);
+        state.DoUpdate(this, bGreyable);
     }
 }

@@ -18,36 +18,27 @@ inline constexpr DWORD FWS_ADDTOTITLE = 0x00008000;
 // deletes itself with its window. The main window's end ends the message loop.
 class CFrameWnd : public CWnd
 {
-    DECLARE_DYNCREATE(CFrameWnd)
+    DECLARE_DYNAMIC(CFrameWnd)
 
 public:
-    CFrameWnd() = default;
-
-    static const RECT rectDefault; // lets the system choose
-
-    BOOL Create(LPCTSTR lpszClassName, LPCTSTR lpszWindowName, DWORD dwStyle = WS_OVERLAPPEDWINDOW,
-                const RECT& rect = rectDefault, CWnd* pParentWnd = nullptr, LPCTSTR lpszMenuName = nullptr,
-                DWORD dwExStyle = 0, CCreateContext* pContext = nullptr);
-    // Makes the window, hidden, with the title, icon and menu that the resources hold under that id. FALSE:
-    // the object is gone.
+    // Makes the window, hidden, with the title and the icon that the resources hold under that id. FALSE: the
+    // object is gone.
     virtual BOOL LoadFrame(UINT nIDResource, DWORD dwDefaultStyle = WS_OVERLAPPEDWINDOW | FWS_ADDTOTITLE,
                            CWnd* pParentWnd = nullptr, CCreateContext* pContext = nullptr);
 
     BOOL OnCmdMsg(UINT nID, int nCode, void* pExtra, AFX_CMDHANDLERINFO* pHandlerInfo) override;
 
-    BOOL m_bAutoMenuEnable = TRUE; // greys the menu entries that nobody handles
-
 protected:
     BOOL PreCreateWindow(CREATESTRUCT& cs) override;
-    void PostNcDestroy() override;
 
-    afx_msg int OnCreate(LPCREATESTRUCT lpCreateStruct);
-    afx_msg void OnClose();
-    afx_msg void OnDestroy();
-    afx_msg BOOL OnQueryEndSession();
+    void PostNcDestroy() override { delete this; }
+
+    afx_msg void OnClose() { DestroyWindow(); }
+
+    afx_msg BOOL OnQueryEndSession() { return TRUE; }
+
     afx_msg void OnEndSession(BOOL bEnding);
     afx_msg void OnInitMenuPopup(CMenu* pPopupMenu, UINT nIndex, BOOL bSysMenu);
-
     DECLARE_MESSAGE_MAP()
 
 private:

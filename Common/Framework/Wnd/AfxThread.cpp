@@ -44,8 +44,7 @@ int CWinThread::Run()
 
 BOOL CWinThread::OnIdle(LONG)
 {
-    AfxDeleteTempMenus();
-    AfxDeleteTempWindows();
+    AfxDeleteTempMaps();
     return FALSE;
 }
 
@@ -62,12 +61,7 @@ CWinThread* AfxGetThread()
 
 CWnd* AfxGetMainWnd()
 {
-    return t_state.pThread != nullptr ? t_state.pThread->GetMainWnd() : nullptr;
-}
-
-HINSTANCE AfxGetInstanceHandle()
-{
-    return ::GetModuleHandle(nullptr);
+    return t_state.pThread != nullptr ? t_state.pThread->m_pMainWnd : nullptr;
 }
 
 MSG* AfxGetCurrentMessage()
@@ -81,18 +75,10 @@ BOOL AfxPumpMessage()
     {
         return FALSE;
     }
-    MSG msg = t_state.currentMsg; // a loop inside of a handler writes over the one of the thread
-    if (!CWnd::WalkPreTranslateTree(nullptr, &msg))
-    {
-        ::TranslateMessage(&msg);
-        ::DispatchMessage(&msg);
-    }
+    const MSG msg = t_state.currentMsg; // a loop inside of a handler writes over the one of the thread
+    ::TranslateMessage(&msg);
+    ::DispatchMessage(&msg);
     return TRUE;
-}
-
-void AfxPostQuitMessage(int nExitCode)
-{
-    ::PostQuitMessage(nExitCode);
 }
 
 std::wstring AfxResourceString(UINT nID)

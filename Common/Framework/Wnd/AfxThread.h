@@ -21,8 +21,6 @@ public:
     // Weak: a frame deletes itself and clears this.
     CWnd* m_pMainWnd = nullptr;
 
-    [[nodiscard]] virtual CWnd* GetMainWnd() { return m_pMainWnd; }
-
     // FALSE ends the program before its message loop.
     virtual BOOL InitInstance() { return FALSE; }
 
@@ -37,9 +35,18 @@ public:
 CWinThread* AfxGetThread();
 // The main window of this thread's CWinThread; null on other threads.
 CWnd* AfxGetMainWnd();
-HINSTANCE AfxGetInstanceHandle();
+
+inline HINSTANCE AfxGetInstanceHandle()
+{
+    return ::GetModuleHandle(nullptr);
+}
+
 // The message that the thread's loop took last.
 MSG* AfxGetCurrentMessage();
 // Takes and dispatches one message. FALSE on WM_QUIT.
 BOOL AfxPumpMessage();
-void AfxPostQuitMessage(int nExitCode);
+
+inline void AfxPostQuitMessage(int nExitCode)
+{
+    ::PostQuitMessage(nExitCode);
+}

@@ -1,40 +1,40 @@
 #include "AfxState.h"
 
+#include <cwchar>
+#include <mutex>
+#include <set>
 #include <utility>
 
 namespace
 {
-thread_local CTempMap<CWnd, HWND, &CWnd::m_hWnd> t_windows;
-
-BOOL ModifyStyleAt(HWND hWnd, int nIndex, DWORD dwRemove, DWORD dwAdd, UINT nFlags)
+// The same characters for the same name, for the life of the process.
+LPCTSTR KeepName(const wchar_t* name)
 {
-    const auto dwStyle = static_cast<DWORD>(::GetWindowLong(hWnd, nIndex));
-    const DWORD dwNewStyle = (dwStyle & ~dwRemove) | dwAdd;
-    if (dwStyle == dwNewStyle)
-    {
-        return FALSE;
-    }
-    ::SetWindowLong(hWnd, nIndex, static_cast<LONG>(dwNewStyle));
-    if (nFlags != 0)
-    {
-        ::SetWindowPos(hWnd, nullptr, 0, 0, 0, 0,
-                       SWP_NOSIZE | SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE | nFlags);
-    }
-    return TRUE;
+    static std::mutex lock;
+    static std::set<std::wstring> names;
+    const std::lock_guard guard(lock);
+    return names.emplace(name).first->c_str();
 }
 } // namespace
 
-IMPLEMENT_DYNCREATE(CWnd, CCmdTarget)
+LPCTSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor, HBRUSH hbrBackground, HICON hIcon)
+{
+    const HINSTANCE hInstance = AfxGetInstanceHandle();
+    wchar_t name[96] = {};
+    _snwprintf_s(name, _TRUNCATE, L"Afx:%x:%p:%p:%p", nClassStyle, static_cast<void*>(hCursor),
+                 static_cast<void*>(hbrBackground), static_cast<void*>(hIcon));
+    const WNDCLASS wc = {nClassStyle, &AfxWndProc,   0,       0,   hInstance, hIcon,
+                         hCursor,     hbrBackground, nullptr, name};
+    if (::RegisterClass(&wc) == 0 && ::GetLastError() != ERROR_CLASS_ALREADY_EXISTS)
+    {
+        return nullptr;
+    }
+    return KeepName(name);
+}
 
 CWnd::~CWnd()
 {
     CWnd::DestroyWindow();
-}
-
-CWnd* CWnd::FromHandle(HWND hWnd)
-{
-    auto* const pWnd = FromHandlePermanent(hWnd);
-    return pWnd != nullptr ? pWnd : t_windows.Wrap(hWnd);
 }
 
 CWnd* CWnd::FromHandlePermanent(HWND hWnd)
@@ -45,11 +45,6 @@ CWnd* CWnd::FromHandlePermanent(HWND hWnd)
         pWnd = pWnd->m_pNext;
     }
     return pWnd;
-}
-
-void AfxDeleteTempWindows()
-{
-    t_windows.Clear();
 }
 
 BOOL CWnd::CreateEx(DWORD dwExStyle, LPCTSTR lpszClassName, LPCTSTR lpszWindowName, DWORD dwStyle, int x,
@@ -68,13 +63,9 @@ BOOL CWnd::CreateEx(DWORD dwExStyle, LPCTSTR lpszClassName, LPCTSTR lpszWindowNa
     const HWND hWnd =
         ::CreateWindowEx(cs.dwExStyle, cs.lpszClass, cs.lpszName, static_cast<DWORD>(cs.style), cs.x, cs.y,
                          cs.cx, cs.cy, cs.hwndParent, cs.hMenu, cs.hInstance, cs.lpCreateParams);
-    // A window that came and went again has taken the object along, unless it never took it up.
-    if (std::exchange(pState->pWndInit, nullptr) != nullptr)
+    // A window that came and went again has taken the object along, unless the object never got it.
+    if (std::exchange(pState->pWndInit, nullptr) != nullptr && (hWnd == nullptr || !SubclassWindow(hWnd)))
     {
-        if (hWnd != nullptr)
-        {
-            return SubclassWindow(hWnd);
-        }
         PostNcDestroy();
     }
     return hWnd != nullptr;
@@ -90,9 +81,8 @@ BOOL CWnd::SubclassWindow(HWND hWnd)
 
 void CWnd::Attach(HWND hWnd)
 {
-    auto* const pState = AfxGetThreadState();
     m_hWnd = hWnd;
-    m_pNext = std::exchange(pState->pWindows, this);
+    m_pNext = std::exchange(AfxGetThreadState()->pWindows, this);
 }
 
 void CWnd::Detach()
@@ -104,107 +94,41 @@ void CWnd::Detach()
         ::SetWindowLongPtr(m_hWnd, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(m_pfnSuper));
     }
     m_pfnSuper = nullptr;
-    for (auto** ppWnd = &AfxGetThreadState()->pWindows; *ppWnd != nullptr; ppWnd = &(*ppWnd)->m_pNext)
+    auto** ppWnd = &AfxGetThreadState()->pWindows;
+    while (*ppWnd != nullptr && *ppWnd != this)
     {
-        if (*ppWnd == this)
-        {
-            *ppWnd = m_pNext;
-            break;
-        }
+        ppWnd = &(*ppWnd)->m_pNext;
     }
-    m_pNext = nullptr;
+    if (*ppWnd != nullptr)
+    {
+        *ppWnd = m_pNext;
+    }
     m_hWnd = nullptr;
-}
-
-BOOL CWnd::DestroyWindow()
-{
-    return m_hWnd != nullptr && ::DestroyWindow(m_hWnd);
-}
-
-LRESULT CWnd::SendMessage(UINT message, WPARAM wParam, LPARAM lParam)
-{
-    return ::SendMessage(m_hWnd, message, wParam, lParam);
-}
-
-BOOL CWnd::PostMessage(UINT message, WPARAM wParam, LPARAM lParam)
-{
-    return ::PostMessage(m_hWnd, message, wParam, lParam);
-}
-
-UINT_PTR CWnd::SetTimer(UINT_PTR nIDEvent, UINT nElapse, TIMERPROC lpfnTimer)
-{
-    return ::SetTimer(m_hWnd, nIDEvent, nElapse, lpfnTimer);
-}
-
-BOOL CWnd::KillTimer(UINT_PTR nIDEvent)
-{
-    return ::KillTimer(m_hWnd, nIDEvent);
-}
-
-BOOL CWnd::ShowWindow(int nCmdShow)
-{
-    return ::ShowWindow(m_hWnd, nCmdShow);
-}
-
-void CWnd::UpdateWindow()
-{
-    ::UpdateWindow(m_hWnd);
-}
-
-BOOL CWnd::SetForegroundWindow()
-{
-    return ::SetForegroundWindow(m_hWnd);
-}
-
-void CWnd::MoveWindow(int x, int y, int nWidth, int nHeight, BOOL bRepaint)
-{
-    ::MoveWindow(m_hWnd, x, y, nWidth, nHeight, bRepaint);
-}
-
-DWORD CWnd::GetStyle() const
-{
-    return static_cast<DWORD>(::GetWindowLong(m_hWnd, GWL_STYLE));
-}
-
-DWORD CWnd::GetExStyle() const
-{
-    return static_cast<DWORD>(::GetWindowLong(m_hWnd, GWL_EXSTYLE));
-}
-
-BOOL CWnd::ModifyStyle(DWORD dwRemove, DWORD dwAdd, UINT nFlags)
-{
-    return ModifyStyleAt(m_hWnd, GWL_STYLE, dwRemove, dwAdd, nFlags);
 }
 
 BOOL CWnd::ModifyStyleEx(DWORD dwRemove, DWORD dwAdd, UINT nFlags)
 {
-    return ModifyStyleAt(m_hWnd, GWL_EXSTYLE, dwRemove, dwAdd, nFlags);
+    const auto dwStyle = static_cast<DWORD>(::GetWindowLong(m_hWnd, GWL_EXSTYLE));
+    const DWORD dwNewStyle = (dwStyle & ~dwRemove) | dwAdd;
+    if (dwStyle == dwNewStyle)
+    {
+        return FALSE;
+    }
+    ::SetWindowLong(m_hWnd, GWL_EXSTYLE, static_cast<LONG>(dwNewStyle));
+    if (nFlags != 0)
+    {
+        const UINT nKeep = SWP_NOSIZE | SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE;
+        ::SetWindowPos(m_hWnd, nullptr, 0, 0, 0, 0, nKeep | nFlags);
+    }
+    return TRUE;
 }
 
-void CWnd::GetClientRect(LPRECT lpRect) const
-{
-    ::GetClientRect(m_hWnd, lpRect);
-}
-
-void CWnd::GetWindowRect(LPRECT lpRect) const
-{
-    ::GetWindowRect(m_hWnd, lpRect);
-}
-
-int CWnd::RunModalLoop(DWORD dwFlags)
+int CWnd::RunModalLoop()
 {
     m_nModalResult = -1;
     m_bContinueModal = ::IsWindow(m_hWnd);
-    bool bShow = (dwFlags & MLF_SHOWONIDLE) != 0 && (GetStyle() & WS_VISIBLE) == 0;
     while (m_bContinueModal)
     {
-        MSG next{};
-        if (bShow && !::PeekMessage(&next, nullptr, 0, 0, PM_NOREMOVE))
-        {
-            ShowWindow(SW_SHOWNORMAL);
-            UpdateWindow();
-            bShow = false;
-        }
         if (!AfxPumpMessage())
         {
             m_bContinueModal = FALSE;
@@ -217,31 +141,6 @@ int CWnd::RunModalLoop(DWORD dwFlags)
 void CWnd::EndModalLoop(int nResult)
 {
     m_nModalResult = nResult;
-    if (m_bContinueModal)
-    {
-        m_bContinueModal = FALSE;
-        PostMessage(WM_NULL); // the loop looks after each message
-    }
-}
-
-BOOL CWnd::PreTranslateMessage(MSG*)
-{
-    return FALSE;
-}
-
-BOOL CWnd::WalkPreTranslateTree(HWND hWndStop, MSG* pMsg)
-{
-    for (HWND hWnd = pMsg->hwnd; hWnd != nullptr; hWnd = ::GetParent(hWnd))
-    {
-        auto* const pWnd = FromHandlePermanent(hWnd);
-        if (pWnd != nullptr && pWnd->PreTranslateMessage(pMsg))
-        {
-            return TRUE;
-        }
-        if (hWnd == hWndStop)
-        {
-            break;
-        }
-    }
-    return FALSE;
+    m_bContinueModal = FALSE;
+    PostMessage(WM_NULL); // the loop looks after each message
 }

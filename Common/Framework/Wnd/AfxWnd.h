@@ -10,14 +10,12 @@
 #include "AfxCmdTarget.h"
 #include "AfxMenu.h"
 
-inline constexpr DWORD MLF_SHOWONIDLE = 0x0004; // RunModalLoop shows the window
-
 // A window and its messages. The object belongs to its window from WM_NCCREATE to WM_NCDESTROY; messages
 // outside of that time go to the system's default. Called on the thread that made the window, but for
 // PostMessage, SendMessage and the timers. An exception that leaves a handler ends the process.
 class CWnd : public CCmdTarget
 {
-    DECLARE_DYNCREATE(CWnd)
+    DECLARE_DYNAMIC(CWnd)
 
 public:
     CWnd() = default;
@@ -38,36 +36,40 @@ public:
     // FALSE if the window could not be made; PostNcDestroy has then run, so the object may be gone.
     BOOL CreateEx(DWORD dwExStyle, LPCTSTR lpszClassName, LPCTSTR lpszWindowName, DWORD dwStyle, int x, int y,
                   int nWidth, int nHeight, HWND hWndParent, HMENU nIDorHMenu, LPVOID lpParam = nullptr);
-    // Takes over a window of a foreign class; its own procedure becomes the default one.
+    // Takes over a window of a foreign class, whose own procedure becomes the default one.
     BOOL SubclassWindow(HWND hWnd);
-    virtual BOOL DestroyWindow();
 
-    LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
-    BOOL PostMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
-    UINT_PTR SetTimer(UINT_PTR nIDEvent, UINT nElapse, TIMERPROC lpfnTimer);
-    BOOL KillTimer(UINT_PTR nIDEvent);
-    BOOL ShowWindow(int nCmdShow);
-    void UpdateWindow();
-    BOOL SetForegroundWindow();
-    void MoveWindow(int x, int y, int nWidth, int nHeight, BOOL bRepaint = TRUE);
-    [[nodiscard]] DWORD GetStyle() const;
-    [[nodiscard]] DWORD GetExStyle() const;
+    virtual BOOL DestroyWindow() { return m_hWnd != nullptr && ::DestroyWindow(m_hWnd); }
+
+    LRESULT SendMessage(UINT msg, WPARAM wp = 0, LPARAM lp = 0) { return ::SendMessage(m_hWnd, msg, wp, lp); }
+
+    BOOL PostMessage(UINT msg, WPARAM wp = 0, LPARAM lp = 0) { return ::PostMessage(m_hWnd, msg, wp, lp); }
+
+    UINT_PTR SetTimer(UINT_PTR nID, UINT nElapse, TIMERPROC pfn)
+    {
+        return ::SetTimer(m_hWnd, nID, nElapse, pfn);
+    }
+
+    BOOL KillTimer(UINT_PTR nIDEvent) { return ::KillTimer(m_hWnd, nIDEvent); }
+
+    BOOL ShowWindow(int nCmdShow) { return ::ShowWindow(m_hWnd, nCmdShow); }
+
+    BOOL SetForegroundWindow() { return ::SetForegroundWindow(m_hWnd); }
+
+    void MoveWindow(int x, int y, int nWidth, int nHeight, BOOL bRepaint = TRUE)
+    {
+        ::MoveWindow(m_hWnd, x, y, nWidth, nHeight, bRepaint);
+    }
+
     // TRUE if the style changed. Flags other than 0 go to SetWindowPos, to make the change show.
-    BOOL ModifyStyle(DWORD dwRemove, DWORD dwAdd, UINT nFlags = 0);
     BOOL ModifyStyleEx(DWORD dwRemove, DWORD dwAdd, UINT nFlags = 0);
-    void GetClientRect(LPRECT lpRect) const;
-    void GetWindowRect(LPRECT lpRect) const;
 
     // Runs messages until EndModalLoop or the end of the window, and returns EndModalLoop's result; -1
     // without a window, at the end of the window and on WM_QUIT, which stays posted.
-    int RunModalLoop(DWORD dwFlags = 0);
+    int RunModalLoop();
     virtual void EndModalLoop(int nResult);
 
     [[nodiscard]] BOOL ContinueModal() const { return m_bContinueModal; }
-
-    virtual BOOL PreTranslateMessage(MSG* pMsg);
-    // Offers a message to its window and to each window above, from the inside out.
-    static BOOL WalkPreTranslateTree(HWND hWndStop, MSG* pMsg);
 
 protected:
     // May change how the window is about to be made. FALSE: it is not made.
@@ -83,17 +85,23 @@ protected:
     // The default handling of the message that is being handled.
     LRESULT Default();
 
-    afx_msg int OnCreate(LPCREATESTRUCT lpCreateStruct);
-    afx_msg void OnClose();
-    afx_msg void OnDestroy();
-    afx_msg void OnNcDestroy();
-    afx_msg void OnPaint();
-    afx_msg void OnTimer(UINT_PTR nIDEvent);
-    afx_msg void OnSettingChange(UINT uFlags, LPCTSTR lpszSection);
-    afx_msg void OnSessionChange(UINT nSessionState, UINT nId);
-    afx_msg UINT OnPowerBroadcast(UINT nPowerEvent, LPARAM nEventData);
-    afx_msg HBRUSH OnCtlColor(CDC* pDC, CWnd* pWnd, UINT nCtlColor);
+    afx_msg int OnCreate(LPCREATESTRUCT) { return static_cast<int>(Default()); }
 
+    afx_msg void OnClose() { Default(); }
+
+    afx_msg void OnDestroy() { Default(); }
+
+    afx_msg void OnNcDestroy();
+
+    afx_msg void OnPaint() { Default(); }
+
+    afx_msg void OnTimer(UINT_PTR) { Default(); }
+
+    afx_msg void OnSettingChange(UINT, LPCTSTR) { Default(); }
+
+    afx_msg void OnSessionChange(UINT, UINT) { Default(); }
+
+    afx_msg HBRUSH OnCtlColor(CDC*, CWnd*, UINT) { return reinterpret_cast<HBRUSH>(Default()); }
     DECLARE_MESSAGE_MAP()
 
 private:

@@ -1,8 +1,5 @@
 #include "AfxState.h"
 
-#include <cwchar>
-#include <mutex>
-#include <set>
 #include <utility>
 
 namespace
@@ -22,34 +19,13 @@ public:
     BOOL m_bEnabled = TRUE;
 };
 
-// The same characters for the same name, for the life of the process.
-LPCTSTR KeepName(const wchar_t* name)
-{
-    static std::mutex lock;
-    static std::set<std::wstring> names;
-    const std::lock_guard guard(lock);
-    return names.emplace(name).first->c_str();
-}
 } // namespace
 
-LPCTSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor, HBRUSH hbrBackground, HICON hIcon)
-{
-    wchar_t name[96] = {};
-    _snwprintf_s(name, _TRUNCATE, L"Afx:%x:%p:%p:%p", nClassStyle, static_cast<void*>(hCursor),
-                 static_cast<void*>(hbrBackground), static_cast<void*>(hIcon));
+IMPLEMENT_DYNAMIC(CWnd, CCmdTarget)
 
-    WNDCLASS wc{};
-    if (!::GetClassInfo(AfxGetInstanceHandle(), name, &wc))
-    {
-        wc = {nClassStyle, &AfxWndProc,   0,       0,   AfxGetInstanceHandle(), hIcon,
-              hCursor,     hbrBackground, nullptr, name};
-        if (::RegisterClass(&wc) == 0 && ::GetLastError() != ERROR_CLASS_ALREADY_EXISTS)
-        {
-            return nullptr;
-        }
-    }
-    return KeepName(name);
-}
+BEGIN_MESSAGE_MAP(CWnd, CCmdTarget)
+    ON_WM_NCDESTROY()
+END_MESSAGE_MAP()
 
 LRESULT CALLBACK AfxWndProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept
 {
@@ -69,10 +45,6 @@ LRESULT CALLBACK AfxWndProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lPara
     pState->lastSentMsg = outer;
     return lResult;
 }
-
-BEGIN_MESSAGE_MAP(CWnd, CCmdTarget)
-    ON_WM_NCDESTROY()
-END_MESSAGE_MAP()
 
 BOOL CWnd::PreCreateWindow(CREATESTRUCT& cs)
 {
@@ -136,21 +108,6 @@ BOOL CWnd::OnCommand(WPARAM wParam, LPARAM lParam)
     return !state.m_bEnabled || OnCmdMsg(nID, CN_COMMAND, nullptr, nullptr);
 }
 
-int CWnd::OnCreate(LPCREATESTRUCT)
-{
-    return static_cast<int>(Default());
-}
-
-void CWnd::OnClose()
-{
-    Default();
-}
-
-void CWnd::OnDestroy()
-{
-    Default();
-}
-
 void CWnd::OnNcDestroy()
 {
     auto* const pThread = AfxGetThread();
@@ -167,34 +124,4 @@ void CWnd::OnNcDestroy()
         ::PostThreadMessage(::GetCurrentThreadId(), WM_NULL, 0, 0); // the loop looks after each message
     }
     PostNcDestroy();
-}
-
-void CWnd::OnPaint()
-{
-    Default();
-}
-
-void CWnd::OnTimer(UINT_PTR)
-{
-    Default();
-}
-
-void CWnd::OnSettingChange(UINT, LPCTSTR)
-{
-    Default();
-}
-
-void CWnd::OnSessionChange(UINT, UINT)
-{
-    Default();
-}
-
-UINT CWnd::OnPowerBroadcast(UINT, LPARAM)
-{
-    return static_cast<UINT>(Default());
-}
-
-HBRUSH CWnd::OnCtlColor(CDC*, CWnd*, UINT)
-{
-    return reinterpret_cast<HBRUSH>(Default());
 }
