@@ -9,8 +9,8 @@ from pathlib import Path
 
 import pytest
 
-from desktop import Desktop
-from product import Product
+from desktop import Desktop, private_desktop
+from product import Product, copy_product
 
 _ROOT = Path(__file__).parents[2]
 _STAGE = Path(os.environ.get("QX_STAGE", _ROOT / "out/stage"))
@@ -20,15 +20,14 @@ _EVIDENCE = _ROOT / "out/e2e"
 @pytest.fixture(scope="module")
 def desktop(request: pytest.FixtureRequest) -> Iterator[Desktop]:
     winprobe = Path(os.environ["QX_WINPROBE"])
-    running = Desktop(f"e2e-{request.path.stem}-{os.getpid()}", winprobe)
-    yield running
-    running.close()
+    with private_desktop(f"e2e-{request.path.stem}-{os.getpid()}", winprobe) as running:
+        yield running
 
 
 @pytest.fixture
 def product(desktop: Desktop, tmp_path: Path) -> Iterator[Product]:
     """A copy of the staged tree. Whatever was started from it is ended after the test."""
-    copy = Product(desktop, _STAGE, tmp_path / "product")
+    copy = copy_product(desktop, _STAGE, tmp_path)
     yield copy
     copy.end()
 

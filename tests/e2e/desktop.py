@@ -5,7 +5,8 @@ from __future__ import annotations
 import os
 import subprocess
 import time
-from collections.abc import Callable
+from collections.abc import Callable, Iterator
+from contextlib import contextmanager
 from dataclasses import dataclass
 from pathlib import Path
 from typing import TypeVar
@@ -91,19 +92,14 @@ class Process:
 
 
 class Desktop:
-    """Brought up by the constructor, taken down by close."""
+    """A desktop that stands: the environment names it, and winprobe runs on it until close."""
 
-    def __init__(self, name: str, winprobe: Path) -> None:
-        started = subprocess.run(
-            [str(_HERE / "desktop.sh"), "start", name], stdout=subprocess.PIPE, text=True, check=True, timeout=300
-        )
-        own = dict(line.split("=", 1) for line in started.stdout.splitlines())
-        self.environment = {**os.environ, **own}
-        self.probe = Probe(winprobe, self.environment)
+    def __init__(self, environment: dict[str, str], winprobe: Path) -> None:
+        self.environment = environment
+        self.probe = Probe(winprobe, environment)
 
     def close(self) -> None:
         self.probe.close()
-        subprocess.run([str(_HERE / "desktop.sh"), "stop"], env=self.environment, check=False, timeout=60)
 
     def start(self, command_line: str, folder: str = "") -> Process:
         reply = self.probe.ask("start", commandLine=command_line, folder=folder)
@@ -154,6 +150,22 @@ class Desktop:
             visible=record["visible"] == "1",
             center=(int(record["x"]), int(record["y"])),
         )
+
+
+@contextmanager
+def private_desktop(name: str, winprobe: Path) -> Iterator[Desktop]:
+    """A desktop of one's own, taken down at the end."""
+    script = str(_HERE / "desktop.sh")
+    started = subprocess.run(
+        [script, "start", name], stdout=subprocess.PIPE, text=True, check=True, timeout=300
+    )
+    environment = {**os.environ, **dict(line.split("=", 1) for line in started.stdout.splitlines())}
+    try:
+        desktop = Desktop(environment, winprobe)
+        yield desktop
+        desktop.close()
+    finally:
+        subprocess.run([script, "stop"], env=environment, check=False, timeout=60)
 
 
 def console_command_line(console: Window) -> str:

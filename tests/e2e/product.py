@@ -1,4 +1,4 @@
-"""A private copy of the staged product tree, its data files and its log."""
+"""A product tree, its data files, what runs of it and what it logged."""
 
 from __future__ import annotations
 
@@ -9,8 +9,22 @@ from pathlib import Path
 
 from desktop import Desktop, Process, Window, console_command_line, wait_until, windows_path
 
+# A library without exports, to stand where it does not belong.
+PLANTED = Path(os.environ.get("QX_PLANTED", "planted.dll"))
+
 # Level bits of the log: information, warnings and traces, errors, debug lines.
 LOG_EVERYTHING = 0x1111
+
+
+def exit_event(product_id: str = "Melvio") -> str:
+    return f"Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXIT{product_id}"
+
+
+def item(
+    function: str, modes: list[object], sequence: object = 1, arguments: object = ""
+) -> dict[str, object]:
+    """One entry of the start modes."""
+    return {"startFunc": function, "modeId": modes, "sequence": sequence, "startArgs": arguments}
 
 
 def _link(source: str, target: str) -> None:
@@ -25,14 +39,20 @@ def _link(source: str, target: str) -> None:
 
 
 class Product:
-    """Starts the agent from a tree of its own, and reads what it logged and what it opened."""
+    """Starts the agent from one tree, and reads what it logged and what it opened."""
 
-    def __init__(self, desktop: Desktop, stage: Path, root: Path) -> None:
+    def __init__(self, desktop: Desktop, root: Path, log_folder: Path) -> None:
         self.desktop = desktop
         self.root = root
-        self.log_folder = root.parent / "log"
-        shutil.copytree(stage, root, copy_function=_link)
-        self.write_log_settings(level=LOG_EVERYTHING)
+        self.log_folder = log_folder
+
+    @property
+    def windows_root(self) -> str:
+        return windows_path(self.root)
+
+    def move(self, folder: Path) -> None:
+        """Puts the tree under another name."""
+        self.root = self.root.rename(folder)
 
     # Data files
 
@@ -59,13 +79,17 @@ class Product:
         """Starts the agent. `arguments` go behind the quoted path as they are; None leaves nothing there."""
         path = windows_path(self.program(name))
         command_line = f'"{path}"' if arguments is None else f'"{path}" {arguments}'
-        return self.desktop.start(command_line, windows_path(self.root))
+        return self.desktop.start(command_line, self.windows_root)
 
     def start_running(self, arguments: str | None = None, name: str = "QxSessionAgent_M.exe") -> Process:
-        """Starts the agent and waits until it has its frame and waits for its end."""
+        """Starts the agent and waits until it stands: it waits for its end and has told the service."""
         process = self.start(arguments, name)
-        self.wait_for_log("Create thread for waiting exit event...")
+        self.wait_for_log("Create thread for waiting exit event...", process)
         return process
+
+    def run(self, arguments: str | None = None, name: str = "QxSessionAgent_M.exe") -> int:
+        """Starts the agent and waits for its end: the exit code."""
+        return self.start(arguments, name).wait()
 
     def frame(self, product_id: str = "Melvio") -> Window:
         """The agent's hidden main window, found as other programs of the product find it."""
@@ -75,12 +99,25 @@ class Product:
         name = f"Norvane Soft {product_id} SessionAgent"
         return next((window for window in self.desktop.windows() if window.property(name) == 1), None)
 
+    def has_ended(self, product_id: str = "Melvio") -> bool:
+        """No frame, no mutex: the session is free for another instance."""
+        mutex = self.desktop.probe.ask("query", kind="mutex", name=f"Local\\{product_id}_QxSessionAgent")
+        return self.find_frame(product_id) is None and mutex["error"] == "2"
+
+    def signal_exit(self, product_id: str = "Melvio") -> None:
+        self.desktop.probe.request("setEvent", name=exit_event(product_id))
+
+    def wait_until_waiting(self, product_id: str = "Melvio") -> None:
+        """Waits for the agent's exit event, where its log cannot tell."""
+        probe, name = self.desktop.probe, exit_event(product_id)
+        wait_until(lambda: probe.ask("query", kind="event", name=name)["error"] == "0", "the exit event")
+
     def console_path(self, suffix: str = "_M") -> str:
         return windows_path(self.root / "win32" / f"QxMainConsole{suffix}.exe")
 
-    def console_arguments(self) -> list[str]:
+    def console_arguments(self, root: Path | None = None) -> list[str]:
         """What the open consoles were given behind their quoted path, sorted."""
-        start = f'"{self.console_path()}" '
+        start = f'"{windows_path(root or self.root)}\\win32\\QxMainConsole_M.exe" '
         lines = [console_command_line(console) for console in self.desktop.consoles()]
         assert all(line.startswith(start) for line in lines), lines
         return sorted(line[len(start) :] for line in lines)
@@ -94,9 +131,19 @@ class Product:
         files = sorted(self.log_folder.glob("*")) if self.log_folder.is_dir() else []
         return "".join(file.read_text("utf-8", errors="replace") for file in files if file.is_file())
 
-    def log_lines(self, text: str) -> list[str]:
-        return [line for line in self.log_text().splitlines() if text in line]
+    def log_lines(self, text: str, process: Process | None = None) -> list[str]:
+        """The lines that hold the text, all or those of one process."""
+        writer = "" if process is None else f" {process.number:04x}:"
+        return [line for line in self.log_text().splitlines() if text in line and writer in line]
 
-    def wait_for_log(self, text: str, count: int = 1, limit: float = 30.0) -> list[str]:
-        wait_until(lambda: len(self.log_lines(text)) >= count, f"<{text}> in the log, {count} times", limit)
-        return self.log_lines(text)
+    def wait_for_log(self, text: str, process: Process | None = None, limit: float = 30.0) -> list[str]:
+        wait_until(lambda: self.log_lines(text, process), f"<{text}> in the log", limit)
+        return self.log_lines(text, process)
+
+
+def copy_product(desktop: Desktop, stage: Path, folder: Path) -> Product:
+    """A tree of one's own that logs everything into a folder beside it."""
+    shutil.copytree(stage, folder / "product", copy_function=_link)
+    product = Product(desktop, folder / "product", folder / "log")
+    product.write_log_settings(level=LOG_EVERYTHING)
+    return product

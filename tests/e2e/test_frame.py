@@ -1,0 +1,122 @@
+"""The hidden main window: how it is found, what it answers, and that nothing piles up."""
+
+from __future__ import annotations
+
+import random
+import shutil
+from pathlib import Path
+
+import pytest
+
+from desktop import WM_CLOSE, wait_until, windows_path
+from product import PLANTED, Product
+
+WM_COMMAND = 0x0111
+WM_TIMER = 0x0113
+WM_COPYDATA = 0x004A
+WM_USER = 0x0400
+TRAY_CALLBACK = 0x800A
+DEFAULT_COMMAND = 32789
+EXIT_COMMAND = 32792
+
+
+def test_it_is_hidden_and_carries_the_marker(product: Product) -> None:
+    process = product.start_running()
+    frame = product.frame()
+    assert frame.process == process.number
+    assert not frame.visible
+    assert frame.property("Norvane Soft Melvio SessionAgent") == 1
+    own = [window for window in product.desktop.windows() if window.process == process.number]
+    assert not [window for window in own if window.visible]
+
+
+def test_the_default_command_opens_the_console(product: Product) -> None:
+    product.start_running()
+    product.frame().post(WM_COMMAND, DEFAULT_COMMAND)
+    product.desktop.wait_for_consoles(1)
+    assert product.console_arguments() == [""]
+
+
+@pytest.mark.parametrize("name", ["QxSessionAgent.exe", "QxSessionAgent_B.exe"])
+def test_the_default_command_serves_every_product(product: Product, name: str) -> None:
+    product.start_running(name=name)
+    product.frame("Oravex" if name == "QxSessionAgent.exe" else "Brisketta").post(WM_COMMAND, DEFAULT_COMMAND)
+    product.desktop.wait_for_consoles(1)
+
+
+@pytest.mark.parametrize("command", [*range(DEFAULT_COMMAND + 1, DEFAULT_COMMAND + 6), 0, 1, 0xE141, 0xFFFF])
+def test_no_other_command_does_anything_without_a_menu(product: Product, command: int) -> None:
+    process = product.start_running()
+    frame = product.frame()
+    frame.send(WM_COMMAND, command)
+    frame.send(WM_COMMAND, command | 0x10000)
+    assert process.running
+    assert product.desktop.consoles() == []
+
+
+def test_forged_messages_neither_crash_nor_end_it(product: Product) -> None:
+    process = product.start_running()
+    frame = product.frame()
+    numbers = random.Random(7)
+    for message in (WM_COMMAND, WM_TIMER, TRAY_CALLBACK, *range(WM_USER, WM_USER + 0x80), 0xC123, 0xFFFF):
+        for _ in range(3):
+            # Nothing that means the exit or the default command, which do what they are for.
+            w_param = numbers.choice([0, 1, 6, 0x7FFF, 0xFFFE, numbers.getrandbits(32)])
+            frame.post(message, w_param, numbers.choice([0, 1, numbers.getrandbits(31)]))
+    frame.send(WM_COPYDATA)
+    assert frame.send(0) == 0
+    assert process.running
+    product.signal_exit()
+    assert process.wait() == 0
+
+
+def test_its_objects_stay_the_same_over_repeated_use(product: Product) -> None:
+    process = product.start_running()
+    frame = product.frame()
+
+    def open_and_close_a_console() -> None:
+        frame.send(WM_COMMAND, DEFAULT_COMMAND)
+        product.desktop.wait_for_consoles(1)[0].send(WM_CLOSE)
+        wait_until(lambda: not product.desktop.consoles(), "the end of the console")
+
+    for _ in range(3):
+        open_and_close_a_console()
+    before = process.counts()
+    for _ in range(20):
+        open_and_close_a_console()
+        frame.send(WM_TIMER, 4711)
+    wait_until(
+        lambda: all(after <= before[name] for name, after in process.counts().items()),
+        f"object counts not above {before}; last {process.counts()}",
+    )
+
+
+# Libraries that programs of this kind are known to take from the wrong place.
+LIBRARIES = """
+version wtsapi32 sensapi dbghelp wer faultrep winmm uxtheme dwmapi userenv cryptbase cryptsp secur32 sspicli
+propsys oleacc msimg32 powrprof iphlpapi netapi32 profapi apphelp ntmarta samlib winsta dnsapi mswsock
+""".split()
+
+
+def test_no_library_is_taken_from_beside_the_program(product: Product) -> None:
+    for library in LIBRARIES:
+        shutil.copy2(PLANTED, product.root / f"{library}.dll")
+    process = product.start_running("2")
+    product.frame()
+    product.desktop.wait_for_consoles(1)
+    root = windows_path(product.root).lower()
+    beside = {path.rsplit("\\", 1)[1].lower() for path in process.modules() if path.lower().startswith(root)}
+    assert beside == {"qxsessionagent_m.exe", "vzdbglog.dll"}
+
+
+def test_no_library_is_taken_from_the_current_folder(product: Product, tmp_path: Path) -> None:
+    folder = tmp_path / "current"
+    folder.mkdir()
+    for library in LIBRARIES:
+        shutil.copy2(PLANTED, folder / f"{library}.dll")
+    shutil.copy2(PLANTED, folder / "VzDbgLog.dll")
+    program = windows_path(product.program("QxSessionAgent_M.exe"))
+    process = product.desktop.start(f'"{program}" 2', windows_path(folder))
+    product.wait_for_log("Create thread for waiting exit event...", process)
+    product.desktop.wait_for_consoles(1)
+    assert not [path for path in process.modules() if path.lower().startswith(windows_path(folder).lower())]
