@@ -1,0 +1,160 @@
+#include "VzComn_String.h"
+
+#include "Thrown.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <cstdarg>
+
+namespace String = VzCommon::String;
+using TestSupport::Thrown;
+
+namespace
+{
+
+// Counts the rounds that a text needs, the way callers with a va_list loop.
+int RoundsOf(std::wstring& text, const wchar_t* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    int rounds = 1;
+    while (!String::FormatV(text, format, arguments))
+    {
+        ++rounds;
+    }
+    va_end(arguments);
+    return rounds;
+}
+
+} // namespace
+
+TEST(StringFormatTest, ReadsWideArguments)
+{
+    EXPECT_EQ(String::Format(L"-p \"%s\" %d \"%s\" 0x%08X %3s", L"Main", 7, L"x", 0x424U, L".w."),
+              L"-p \"Main\" 7 \"x\" 0x00000424 .w.");
+}
+
+TEST(StringFormatTest, GivesTextsOfEveryLength)
+{
+    for (const size_t length : {0U, 1U, 254U, 255U, 256U, 257U, 511U, 512U, 513U, 100000U})
+    {
+        const std::wstring text(length, L'x');
+        EXPECT_EQ(String::Format(L"%s", text.c_str()), text) << length;
+    }
+}
+
+TEST(StringFormatTest, StartsWith256CharactersAndDoubles)
+{
+    const struct
+    {
+        size_t length;
+        int rounds;
+    } rows[] = {{0, 1}, {255, 1}, {256, 2}, {511, 2}, {512, 3}, {1023, 3}, {1024, 4}};
+
+    for (const auto& row : rows)
+    {
+        std::wstring text;
+        EXPECT_EQ(RoundsOf(text, L"%s", std::wstring(row.length, L'x').c_str()), row.rounds) << row.length;
+        EXPECT_EQ(text.size(), row.length);
+    }
+}
+
+TEST(StringFormatTest, TakesTheSameArgumentsInEveryRound)
+{
+    const std::wstring filler(2000, L'-');
+    std::wstring text;
+    EXPECT_EQ(RoundsOf(text, L"%d%s%d%s", 1, filler.c_str(), 2, L"end"), 4);
+    EXPECT_EQ(text, L"1" + filler + L"2end");
+}
+
+TEST(StringFormatTest, RefusesABadConversion)
+{
+    for (const wchar_t* format : {L"%q", L"100%", L"text %"})
+    {
+        const auto thrown = Thrown<String::Exception>([&] { static_cast<void>(String::Format(format)); });
+        ASSERT_NE(thrown, nullptr) << format;
+        EXPECT_EQ(thrown->code, 160U);
+    }
+}
+
+TEST(StringFormatTest, RefusesABadConversionBehindALongText)
+{
+    const std::wstring format = std::wstring(5000, L'x') + L"%";
+    EXPECT_NE(Thrown<String::Exception>([&] { static_cast<void>(String::Format(format.c_str())); }), nullptr);
+}
+
+TEST(StringFormatTest, RefusesANullFormat)
+{
+    EXPECT_NE(Thrown<String::Exception>([] { static_cast<void>(String::Format(nullptr)); }), nullptr);
+}
+
+TEST(StringFormatTest, IgnoresAnOldErrorNumber)
+{
+    errno = EINVAL;
+    EXPECT_EQ(String::Format(L"%s", std::wstring(1000, L'x').c_str()).size(), 1000U);
+}
+
+TEST(StringFromUtf8Test, Widens)
+{
+    EXPECT_EQ(String::FromUtf8("a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"), L"a\u00E4\u20AC\xD83D\xDE00");
+}
+
+TEST(StringFromUtf8Test, LeavesAnEmptyTextEmpty)
+{
+    EXPECT_EQ(String::FromUtf8(""), L"");
+    EXPECT_EQ(String::FromUtf8({}), L"");
+}
+
+TEST(StringFromUtf8Test, KeepsCharactersBehindAZero)
+{
+    EXPECT_EQ(String::FromUtf8(std::string_view("a\0b", 3)), std::wstring(L"a\0b", 3));
+}
+
+TEST(StringFromUtf8Test, ReplacesBadBytes)
+{
+    EXPECT_EQ(String::FromUtf8("a\xFFz"), L"a\xFFFDz");
+}
+
+TEST(StringFromUtf8Test, WidensLongTexts)
+{
+    EXPECT_EQ(String::FromUtf8(std::string(100000, 'x')), std::wstring(100000, L'x'));
+}
+
+TEST(StringFromAnsiTest, WidensPlainNames)
+{
+    EXPECT_EQ(String::FromAnsi("VzComn_String"), L"VzComn_String");
+    EXPECT_EQ(String::FromAnsi(""), L"");
+}
+
+TEST(StringTest, EnsureBackslashAddsOneAtMost)
+{
+    EXPECT_EQ(String::EnsureBackslash(L"C:\\folder"), L"C:\\folder\\");
+    EXPECT_EQ(String::EnsureBackslash(L"C:\\folder\\"), L"C:\\folder\\");
+    EXPECT_EQ(String::EnsureBackslash(L"C:/folder/"), L"C:/folder/\\");
+    EXPECT_EQ(String::EnsureBackslash(L"\\"), L"\\");
+}
+
+TEST(StringTest, EnsureBackslashLeavesAnEmptyTextEmpty)
+{
+    EXPECT_EQ(String::EnsureBackslash(L""), L"");
+}
+
+TEST(StringTest, TrimRemovesBlanksOnly)
+{
+    EXPECT_EQ(String::TrimLeft(L"  a b "), L"a b ");
+    EXPECT_EQ(String::TrimRight(L"  a b "), L"  a b");
+    EXPECT_EQ(String::Trim(L"  a b "), L"a b");
+    EXPECT_EQ(String::Trim(L" \t a\r\n "), L"\t a\r\n");
+    EXPECT_EQ(String::Trim(L" \u00A0 "), L"\u00A0");
+    EXPECT_EQ(String::Trim(L"   "), L"");
+    EXPECT_EQ(String::Trim(L""), L"");
+}
+
+TEST(StringTest, CompareNoCaseOrders)
+{
+    EXPECT_EQ(String::CompareNoCase(L"QxWatchDog.EXE", L"qxwatchdog.exe"), 0);
+    EXPECT_LT(String::CompareNoCase(L"a", L"B"), 0);
+    EXPECT_GT(String::CompareNoCase(L"ab", L"A"), 0);
+}
