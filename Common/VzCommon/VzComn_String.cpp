@@ -60,7 +60,7 @@ std::wstring Format(const wchar_t* format, ...)
         va_list list;
 
         ~ArgumentList() { va_end(list); }
-    } arguments;
+    } arguments{};
 
     va_start(arguments.list, format);
     std::wstring text;
@@ -81,7 +81,7 @@ bool FormatV(std::wstring& text, const wchar_t* format, va_list arguments)
         Resize(text, firstRoom);
     }
 
-    va_list round;
+    va_list round = nullptr;
     va_copy(round, arguments);
     errno = 0;
     const int length = _vsnwprintf_s(text.data(), text.size(), _TRUNCATE, format, round);

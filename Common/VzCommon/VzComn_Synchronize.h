@@ -90,7 +90,7 @@ public:
 
 private:
     KernelHandle handle;
-    std::uint32_t timeout = INFINITE;
+    std::uint32_t timeout = INFINITE; // Deliberate: no operation of the event waits.
 };
 
 // Holds a lock for the length of a scope. The lock must outlive it; null is allowed and locks nothing.

@@ -1,18 +1,45 @@
 #include "VzComn_String.h"
 
+#include "ImportPatch.h"
 #include "Thrown.h"
 
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
+#include <cerrno>
+#include <climits>
 #include <cstdarg>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
 
 namespace String = VzCommon::String;
 using TestSupport::Thrown;
 
 namespace
 {
+
+size_t g_largestAllocation = SIZE_MAX;
+
+// For the length of a scope the program cannot have more than so much memory in one piece.
+class MemoryLimit
+{
+public:
+    explicit MemoryLimit(size_t bytes) { g_largestAllocation = bytes; }
+
+    ~MemoryLimit() { g_largestAllocation = SIZE_MAX; }
+
+    MemoryLimit(const MemoryLimit&) = delete;
+    MemoryLimit& operator=(const MemoryLimit&) = delete;
+};
+
+// Promises two characters and gives one.
+int WINAPI ShrinkingConversion(UINT /*codePage*/, DWORD /*flags*/, const char* /*text*/, int /*length*/,
+                               wchar_t* target, int /*room*/)
+{
+    return target == nullptr ? 2 : 1;
+}
 
 // Counts the rounds that a text needs, the way callers with a va_list loop.
 int RoundsOf(std::wstring& text, const wchar_t* format, ...)
@@ -29,6 +56,27 @@ int RoundsOf(std::wstring& text, const wchar_t* format, ...)
 }
 
 } // namespace
+
+void* operator new(size_t size)
+{
+    void* memory = size <= g_largestAllocation ? std::malloc(size) : nullptr;
+    if (memory == nullptr)
+    {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+// Not inlined: the compiler would take the free there for a mismatch.
+[[gnu::noinline]] void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+[[gnu::noinline]] void operator delete(void* memory, size_t /*size*/) noexcept
+{
+    std::free(memory);
+}
 
 TEST(StringFormatTest, ReadsWideArguments)
 {
@@ -85,6 +133,16 @@ TEST(StringFormatTest, RefusesABadConversionBehindALongText)
     EXPECT_NE(Thrown<String::Exception>([&] { static_cast<void>(String::Format(format.c_str())); }), nullptr);
 }
 
+TEST(StringFormatTest, ReportsThatThereIsNoRoom)
+{
+    const std::wstring text(100000, L'x');
+    const MemoryLimit limit(50000);
+    const auto thrown =
+        Thrown<String::Exception>([&] { static_cast<void>(String::Format(L"%s", text.c_str())); });
+    ASSERT_NE(thrown, nullptr);
+    EXPECT_EQ(thrown->code, 6U);
+}
+
 TEST(StringFormatTest, RefusesANullFormat)
 {
     EXPECT_NE(Thrown<String::Exception>([] { static_cast<void>(String::Format(nullptr)); }), nullptr);
@@ -115,6 +173,31 @@ TEST(StringFromUtf8Test, KeepsCharactersBehindAZero)
 TEST(StringFromUtf8Test, ReplacesBadBytes)
 {
     EXPECT_EQ(String::FromUtf8("a\xFFz"), L"a\xFFFDz");
+}
+
+TEST(StringFromUtf8Test, RefusesATextThatChangesItsLength)
+{
+    const TestSupport::ImportPatch patch(nullptr, "MultiByteToWideChar", &ShrinkingConversion);
+    const auto thrown = Thrown<String::Exception>([] { static_cast<void>(String::FromUtf8("ab")); });
+    ASSERT_NE(thrown, nullptr);
+    EXPECT_EQ(thrown->code, 13U);
+}
+
+TEST(StringFromUtf8Test, ReportsThatThereIsNoRoom)
+{
+    const std::string text(100000, 'x');
+    const MemoryLimit limit(50000);
+    const auto thrown = Thrown<String::Exception>([&] { static_cast<void>(String::FromUtf8(text)); });
+    ASSERT_NE(thrown, nullptr);
+    EXPECT_EQ(thrown->code, 6U);
+}
+
+TEST(StringFromUtf8Test, RefusesATextThatIsTooLongForTheSystem)
+{
+    const std::string_view text("x", static_cast<size_t>(INT_MAX) + 1); // of which nothing is read
+    const auto thrown = Thrown<String::Exception>([&] { static_cast<void>(String::FromUtf8(text)); });
+    ASSERT_NE(thrown, nullptr);
+    EXPECT_EQ(thrown->code, 6U);
 }
 
 TEST(StringFromUtf8Test, WidensLongTexts)
