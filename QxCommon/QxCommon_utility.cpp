@@ -4,6 +4,7 @@
 #include "QxLocaleHelper.h"
 #include "VzComn_OsVersion.h"
 #include "VzComn_Registry.h"
+#include "VzComn_RegistryValue.h"
 
 #include <windows.h>
 
@@ -45,10 +46,10 @@ std::wstring GetProductRegistryKey()
 
 std::wstring GetRegistryProductPath()
 {
-    constexpr std::uint32_t defaultView = 0;
-    constexpr std::uint32_t view64 = 2;
-    return VzCommon::Storage::ReadRegistryString(HKEY_LOCAL_MACHINE, GetProductRegistryKey(), L"ProductPath",
-                                                 L"", IsX64System() ? view64 : defaultView, nullptr);
+    using namespace VzCommon::Storage;
+    const std::uint32_t view = IsX64System() ? RegistryView::Bits64 : RegistryView::Default;
+    return ReadRegistryString(HKEY_LOCAL_MACHINE, GetProductRegistryKey(), L"ProductPath", L"", view,
+                              nullptr);
 }
 
 std::wstring GetProductPath()

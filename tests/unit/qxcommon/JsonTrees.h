@@ -24,3 +24,11 @@ inline std::wstring Text(const QxCommon::JsonDb& tree)
     }
     return text;
 }
+
+// A JSON string of plain characters, as a file holds it.
+inline std::string Quoted(std::string text)
+{
+    text.insert(text.begin(), '"');
+    text.push_back('"');
+    return text;
+}
