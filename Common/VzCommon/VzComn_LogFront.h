@@ -50,13 +50,13 @@ extern DebugLog* s_pDebugLog;
 // Starts the process-wide log with the vzdbg.ini and the VzDbgLog.dll of the executable's folder. The name
 // stands on each line. A log that cannot start stays in place and loses its lines. Called on the main thread,
 // before any other thread logs.
-void InitDebugLog(const std::wstring& name);
+void InitDebugLog(const std::wstring& name) noexcept;
 
 // Ends the process-wide log. Called on the main thread at process end, when no other thread logs any more.
-void ShutdownDebugLog();
+void ShutdownDebugLog() noexcept;
 
 // For arguments that are costly to make. False without a log.
-[[nodiscard]] bool IsLogEnabledFor(std::uint32_t level);
+[[nodiscard]] bool IsLogEnabledFor(std::uint32_t level) noexcept;
 
 // Hands the stream's text to the process-wide log as it stands, "%" included.
 void EmitLogLine(const LogLocation& location, const std::wostringstream& stream) noexcept;
@@ -66,7 +66,8 @@ void EmitLogLine(const LogLocation& location, const std::wostringstream& stream)
 class FunctionTrace
 {
 public:
-    FunctionTrace(const wchar_t* tag, const char* sourceFile, const wchar_t* name, std::uint32_t sourceLine);
+    FunctionTrace(const wchar_t* tag, const char* sourceFile, const wchar_t* name,
+                  std::uint32_t sourceLine) noexcept;
     ~FunctionTrace();
 
     FunctionTrace(const FunctionTrace&) = delete;

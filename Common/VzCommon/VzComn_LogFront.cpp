@@ -1,0 +1,181 @@
+#include "VzComn_LogFront.h"
+
+#include "VzComn_DebugLog.h"
+#include "VzComn_FileBase.h"
+#include "VzComn_LogEmit.h"
+
+#include <windows.h>
+
+#include <cstdarg>
+#include <exception>
+#include <memory>
+#include <string_view>
+
+namespace VzCommon
+{
+
+DebugLog* s_pDebugLog = nullptr;
+
+namespace
+{
+
+// Room for the executable's path. The log comes before everything that knows of the product's folders.
+constexpr DWORD modulePathRoom = 1000;
+
+// Gives the caller's last error back at the end of a scope.
+class LastErrorKeeper
+{
+public:
+    LastErrorKeeper() : lastError(GetLastError()) {}
+
+    ~LastErrorKeeper() { SetLastError(lastError); }
+
+    LastErrorKeeper(const LastErrorKeeper&) = delete;
+    LastErrorKeeper& operator=(const LastErrorKeeper&) = delete;
+
+private:
+    DWORD lastError;
+};
+
+// A format that gives the text itself.
+std::wstring AsFormat(std::wstring_view text)
+{
+    std::wstring format;
+    format.reserve(text.size());
+    for (const wchar_t character : text)
+    {
+        format.append(character == L'%' ? 2 : 1, character);
+    }
+    return format;
+}
+
+} // namespace
+
+std::wstring LogModuleFolder()
+{
+    wchar_t path[modulePathRoom];
+    const DWORD length = GetModuleFileNameW(nullptr, path, modulePathRoom);
+    if (length == 0 || length == modulePathRoom)
+    {
+        return {}; // a path that was cut names another folder
+    }
+    return Storage::FileBase::StripFileName(std::wstring(path, length));
+}
+
+void InitDebugLog(const std::wstring& name) noexcept
+{
+    const LastErrorKeeper keeper;
+    try
+    {
+        const std::wstring folder = LogModuleFolder();
+        s_pDebugLog = new DebugLog;
+        // Deliberate: the result is not looked at.
+        s_pDebugLog->Initialize(name, Storage::Key::ForIniFile(folder.c_str(), LogConfigurationFile), folder);
+    }
+    catch (const std::exception&) // no memory: no log
+    {
+        return;
+    }
+}
+
+void ShutdownDebugLog() noexcept
+{
+    const LastErrorKeeper keeper;
+    DebugLog::Uninitialize();
+    const std::unique_ptr<DebugLog> log(s_pDebugLog);
+    s_pDebugLog = nullptr;
+}
+
+bool IsLogEnabledFor(std::uint32_t level) noexcept
+{
+    return s_pDebugLog != nullptr && s_pDebugLog->IsEnabledFor(level);
+}
+
+void EmitTo(DebugLog& log, const LogLocation& location, const std::wostringstream& stream) noexcept
+{
+    try
+    {
+        log.Trace(location.file, location.line, location.level, AsFormat(stream.view()).c_str());
+    }
+    catch (const std::exception&) // no memory: the line is lost
+    {
+        return;
+    }
+}
+
+void EmitLogLine(const LogLocation& location, const std::wostringstream& stream) noexcept
+{
+    if (s_pDebugLog != nullptr)
+    {
+        EmitTo(*s_pDebugLog, location, stream);
+    }
+}
+
+LogStatement::LogStatement(const LogLocation& where, const wchar_t* begin, Emit emitter)
+    : lastError(GetLastError()), location(where), emit(emitter)
+{
+    stream << begin;
+}
+
+LogStatement::~LogStatement()
+{
+    emit(location, stream);
+    SetLastError(lastError);
+}
+
+FunctionTrace::FunctionTrace(const wchar_t* tag, const char* sourceFile, const wchar_t* name,
+                             std::uint32_t sourceLine) noexcept
+    : line(sourceLine)
+{
+    const LastErrorKeeper keeper;
+    try
+    {
+        classTag = tag;
+        file = sourceFile;
+        function = name;
+    }
+    catch (const std::exception&) // no memory: the lines lack what could not be kept
+    {
+        function.clear();
+    }
+    Write(L"==>");
+}
+
+FunctionTrace::~FunctionTrace()
+{
+    Write(L"<==");
+}
+
+void FunctionTrace::Write(const wchar_t* direction) const noexcept
+{
+    if (s_pDebugLog == nullptr)
+    {
+        return;
+    }
+    const LastErrorKeeper keeper;
+    try
+    {
+        const std::wstring text = L"[INFO],[" + classTag + L"], " + direction + L" " + function;
+        // Deliberate: the text is the format.
+        s_pDebugLog->Trace(file.c_str(), line, LogLevel::Scope, text.c_str());
+    }
+    catch (const std::exception&) // no memory: the line is lost
+    {
+        return;
+    }
+}
+
+void LogDetail::Trace(const LogLocation* location, const wchar_t* format, ...) noexcept
+{
+    if (s_pDebugLog == nullptr)
+    {
+        return;
+    }
+    const LastErrorKeeper keeper;
+    va_list arguments;
+    va_start(arguments, format);
+    s_pDebugLog->TraceV(location->file, location->line, location->level, format, arguments);
+    va_end(arguments);
+}
+
+} // namespace VzCommon
