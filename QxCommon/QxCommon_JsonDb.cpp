@@ -2,6 +2,7 @@
 #include "QxCommon_JsonDb.h"
 
 #include "QxCommon_JsonFile.h"
+#include "QxCommon_JsonNumber.h"
 #include "QxCommon_JsonText.h"
 #include "VzComn_LogFront.h"
 
@@ -13,10 +14,8 @@
 
 #include <algorithm>
 #include <fstream>
-#include <limits>
 #include <new>
 #include <stdexcept>
-#include <utility>
 
 // The reader and the writers whose behaviour is wanted here are the older ones of the library.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -35,35 +34,15 @@ std::wstring TextOf(const Json::Value& node)
     return JsonText::ToWide(node.asString());
 }
 
-// A real that lies between two numbers of the type counts as in range only if it lies within its limits
-// before the fraction is cut off.
-template <typename Number>
-Number Truncated(double real)
-{
-    using Limits = std::numeric_limits<Number>;
-    constexpr auto lowest = static_cast<double>(Limits::min());
-    constexpr auto highest = static_cast<double>(Limits::max());
-    // The highest number of 64 bits is rounded up to one that is out of range.
-    constexpr bool isHighestExact = Limits::digits <= std::numeric_limits<double>::digits;
-    const bool isInRange = real >= lowest && (isHighestExact ? real <= highest : real < highest);
-    return isInRange ? static_cast<Number>(real) : 0;
-}
-
-template <typename Number, typename Stored>
-Number InRangeOrZero(Stored number)
-{
-    return std::in_range<Number>(number) ? static_cast<Number>(number) : 0;
-}
-
 template <typename Number>
 Number NumberOf(const Json::Value& node, Number (*readText)(const std::wstring&))
 {
     switch (node.type())
     {
     case Json::booleanValue: return node.asBool() ? 1 : 0;
-    case Json::intValue: return InRangeOrZero<Number>(node.asLargestInt());
-    case Json::uintValue: return InRangeOrZero<Number>(node.asLargestUInt());
-    case Json::realValue: return Truncated<Number>(node.asDouble());
+    case Json::intValue: return JsonNumber::FromInteger<Number>(node.asLargestInt());
+    case Json::uintValue: return JsonNumber::FromInteger<Number>(node.asLargestUInt());
+    case Json::realValue: return JsonNumber::FromReal<Number>(node.asDouble());
     case Json::stringValue: return readText(TextOf(node));
     default: return 0;
     }
@@ -76,7 +55,7 @@ std::wstring StringOf(const Json::Value& node)
     case Json::booleanValue: return node.asBool() ? L"true" : L"false";
     case Json::intValue: return std::to_wstring(node.asLargestInt());
     case Json::uintValue: return std::to_wstring(node.asLargestUInt());
-    case Json::realValue: return JsonText::FormatReal(node.asDouble());
+    case Json::realValue: return JsonNumber::FormatReal(node.asDouble());
     case Json::stringValue: return TextOf(node);
     default: return {};
     }
@@ -323,21 +302,21 @@ bool JsonDb::IsArray() const
 std::int32_t JsonDb::AsInt() const
 {
     std::int32_t number = 0;
-    OnNode([&number](const Json::Value& node) { number = NumberOf(node, &JsonText::ReadInt); });
+    OnNode([&number](const Json::Value& node) { number = NumberOf(node, &JsonNumber::ReadInt); });
     return number;
 }
 
 std::uint32_t JsonDb::AsUInt() const
 {
     std::uint32_t number = 0;
-    OnNode([&number](const Json::Value& node) { number = NumberOf(node, &JsonText::ReadUInt); });
+    OnNode([&number](const Json::Value& node) { number = NumberOf(node, &JsonNumber::ReadUInt); });
     return number;
 }
 
 std::uint64_t JsonDb::AsUInt64() const
 {
     std::uint64_t number = 0;
-    OnNode([&number](const Json::Value& node) { number = NumberOf(node, &JsonText::ReadUInt64); });
+    OnNode([&number](const Json::Value& node) { number = NumberOf(node, &JsonNumber::ReadUInt64); });
     return number;
 }
 

@@ -3,19 +3,16 @@
 #include <windows.h>
 
 #include <array>
-#include <cerrno>
-#include <cstdio>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
-#include <cwchar>
 #include <limits>
-#include <stdexcept>
 
 namespace QxCommon::JsonText
 {
 namespace
 {
 static_assert(sizeof(wchar_t) == 2, "text is UTF-16");
-static_assert(sizeof(long) == sizeof(std::int32_t), "wcstol gives 32 bits");
 
 constexpr std::size_t longestInput = std::numeric_limits<int>::max() / 3;
 
@@ -95,19 +92,6 @@ std::size_t SkipAscii(const unsigned char* text, std::size_t left)
     return skipped;
 }
 
-template <typename Number, typename Convert>
-Number ReadDecimal(const std::wstring& text, Convert convert)
-{
-    wchar_t* end = nullptr;
-    errno = 0;
-    const Number number = convert(text.c_str(), &end, 10);
-    if (errno == ERANGE)
-    {
-        throw std::out_of_range("number in a JSON string");
-    }
-    return end == text.c_str() ? 0 : number;
-}
-
 } // namespace
 
 bool IsUtf8(std::string_view text)
@@ -164,28 +148,6 @@ std::string ToUtf8(std::wstring_view text)
                                               static_cast<int>(narrow.size()), nullptr, nullptr);
     narrow.resize(static_cast<std::size_t>(converted));
     return narrow;
-}
-
-std::int32_t ReadInt(const std::wstring& text)
-{
-    return ReadDecimal<std::int32_t>(text, &std::wcstol);
-}
-
-std::uint32_t ReadUInt(const std::wstring& text)
-{
-    return ReadDecimal<std::uint32_t>(text, &std::wcstoul);
-}
-
-std::uint64_t ReadUInt64(const std::wstring& text)
-{
-    return ReadDecimal<std::uint64_t>(text, &_wcstoui64);
-}
-
-std::wstring FormatReal(double number)
-{
-    std::array<char, 40> text{};
-    const int length = std::snprintf(text.data(), text.size(), "%#.16g", number);
-    return {text.begin(), text.begin() + length};
 }
 
 } // namespace QxCommon::JsonText

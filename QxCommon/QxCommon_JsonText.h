@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -16,14 +15,5 @@ namespace QxCommon::JsonText
 // limit becomes empty.
 [[nodiscard]] std::wstring ToWide(const std::string& text);
 [[nodiscard]] std::string ToUtf8(std::wstring_view text);
-
-// A decimal number, as far as the text goes on being one; 0 if it does not begin with one. Throws
-// std::out_of_range.
-[[nodiscard]] std::int32_t ReadInt(const std::wstring& text);
-[[nodiscard]] std::uint32_t ReadUInt(const std::wstring& text);
-[[nodiscard]] std::uint64_t ReadUInt64(const std::wstring& text);
-
-// Sixteen significant digits, trailing zeros included: 1.5 is "1.500000000000000".
-[[nodiscard]] std::wstring FormatReal(double number);
 
 } // namespace QxCommon::JsonText

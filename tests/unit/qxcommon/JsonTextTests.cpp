@@ -5,10 +5,8 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <limits>
 #include <random>
 #include <sstream>
-#include <stdexcept>
 #include <vector>
 
 using namespace std::string_literals;
@@ -139,48 +137,4 @@ TEST(JsonTextTest, CutsAFilesTextAtTheFirstNul)
     EXPECT_EQ(ReadBack("{}\0garbage"s), "{}");
     EXPECT_EQ(ReadBack("{}\0\xFF"s), "{}");
     EXPECT_EQ(ReadBack("\0"s), "");
-}
-
-TEST(JsonTextTest, ReadsDecimalNumbersAsFarAsTheyGo)
-{
-    EXPECT_EQ(ReadInt(L"12x"), 12);
-    EXPECT_EQ(ReadInt(L"x"), 0);
-    EXPECT_EQ(ReadInt(L""), 0);
-    EXPECT_EQ(ReadInt(L"-"), 0);
-    EXPECT_EQ(ReadInt(L" \t\n 12"), 12);
-    EXPECT_EQ(ReadInt(L"+7"), 7);
-    EXPECT_EQ(ReadInt(L"-7"), -7);
-    EXPECT_EQ(ReadInt(L"007"), 7);
-    EXPECT_EQ(ReadInt(L"1e3"), 1);
-    EXPECT_EQ(ReadInt(L"0x10"), 0);
-    EXPECT_EQ(ReadInt(L"1.9"), 1);
-    EXPECT_EQ(ReadInt(L"-2147483648"), std::numeric_limits<std::int32_t>::min());
-    EXPECT_EQ(ReadUInt(L"4294967295"), 4294967295U);
-    EXPECT_EQ(ReadUInt(L"-1"), 4294967295U);
-    EXPECT_EQ(ReadUInt64(L"18446744073709551615"), 18446744073709551615U);
-    EXPECT_EQ(ReadUInt64(L"-1"), 18446744073709551615U);
-}
-
-TEST(JsonTextTest, ThrowsAStandardExceptionForANumberOutOfRange)
-{
-    EXPECT_THROW((void)ReadInt(L"2147483648"), std::out_of_range);
-    EXPECT_THROW((void)ReadInt(L"-2147483649"), std::out_of_range);
-    EXPECT_THROW((void)ReadUInt(L"4294967296"), std::out_of_range);
-    EXPECT_THROW((void)ReadUInt64(L"18446744073709551616"), std::out_of_range);
-    EXPECT_THROW((void)ReadInt(std::wstring(10000, L'9')), std::out_of_range);
-    EXPECT_EQ(ReadInt(L"5"), 5) << "an earlier failure must not stick";
-}
-
-TEST(JsonTextTest, FormatsRealsWithSixteenDigits)
-{
-    EXPECT_EQ(FormatReal(0.0), L"0.000000000000000");
-    EXPECT_EQ(FormatReal(0.1), L"0.1000000000000000");
-    EXPECT_EQ(FormatReal(1.5), L"1.500000000000000");
-    EXPECT_EQ(FormatReal(-1.5), L"-1.500000000000000");
-    EXPECT_EQ(FormatReal(100.0), L"100.0000000000000");
-    EXPECT_EQ(FormatReal(1e15), L"1000000000000000.");
-    EXPECT_EQ(FormatReal(1e16), L"1.000000000000000e+16");
-    EXPECT_EQ(FormatReal(1e20), L"1.000000000000000e+20");
-    EXPECT_EQ(FormatReal(1e-7), L"1.000000000000000e-07");
-    EXPECT_EQ(FormatReal(-1.7976931348623157e308), L"-1.797693134862316e+308");
 }
