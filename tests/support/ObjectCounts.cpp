@@ -199,7 +199,7 @@ ObjectCounts CountObjects()
     return counts;
 }
 
-std::string GrowthOf(const std::function<void()>& operation, int rounds)
+std::string GrowthOf(const std::function<void()>& operation, int rounds, std::chrono::milliseconds patience)
 {
     for (int i = 0; i < 3; ++i)
     {
@@ -218,7 +218,7 @@ std::string GrowthOf(const std::function<void()>& operation, int rounds)
             growth = Compare(before, CountObjects());
             return growth.empty();
         },
-        std::chrono::seconds(2)));
+        patience));
     return growth;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -24,8 +25,9 @@ struct ObjectCounts
 //
 //     EXPECT_EQ(GrowthOf([] { ... }), "");
 //
-// The first rounds are not counted: the system keeps what it made on first use. Threads that are just ending
-// are given time.
-[[nodiscard]] std::string GrowthOf(const std::function<void()>& operation, int rounds = 20);
+// The first rounds are not counted: the system keeps what it made on first use. What is just ending is
+// given time.
+[[nodiscard]] std::string GrowthOf(const std::function<void()>& operation, int rounds = 20,
+                                   std::chrono::milliseconds patience = std::chrono::seconds(5));
 
 } // namespace TestSupport

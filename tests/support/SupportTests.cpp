@@ -5,6 +5,7 @@
 #include "UniqueName.h"
 #include "WaitUntil.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <process.h>
@@ -14,8 +15,6 @@ namespace TestSupport
 
 namespace
 {
-
-std::vector<HANDLE> kept;
 
 unsigned __stdcall SleepLong(void* /*argument*/)
 {
@@ -123,23 +122,33 @@ TEST(GrowthOfTest, IsSilentWhenEverythingReturns)
               "");
 }
 
+namespace
+{
+
+std::string GrowthAtOnce(const std::function<void()>& operation)
+{
+    return GrowthOf(operation, 3, std::chrono::milliseconds(0));
+}
+
+} // namespace
+
 TEST(GrowthOfTest, NamesEachKindOfObject)
 {
-    EXPECT_NE(GrowthOf([] { kept.push_back(CreateEventW(nullptr, FALSE, FALSE, nullptr)); }), "");
-    EXPECT_NE(GrowthOf([] { static_cast<void>(CreateMenu()); }).find("USER"), std::string::npos);
-    EXPECT_NE(GrowthOf(
-                  [] {
-                      CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
-                                      nullptr);
-                  })
-                  .find("USER"),
-              std::string::npos);
-    EXPECT_NE(GrowthOf([] { static_cast<void>(CopyIcon(LoadIconW(nullptr, IDI_ERROR))); }).find("USER"),
-              std::string::npos);
-    EXPECT_NE(GrowthOf([] { static_cast<void>(CreateSolidBrush(1)); }).find("GDI"), std::string::npos);
-    EXPECT_NE(
-        GrowthOf([] { _beginthreadex(nullptr, 0, &SleepLong, nullptr, 0, nullptr); }, 2).find("threads"),
-        std::string::npos);
+    using testing::HasSubstr;
+    EXPECT_THAT(GrowthAtOnce([] { static_cast<void>(CreateEventW(nullptr, FALSE, FALSE, nullptr)); }),
+                HasSubstr("handles"));
+    EXPECT_THAT(GrowthAtOnce([] { static_cast<void>(CreateMenu()); }), HasSubstr("USER"));
+    EXPECT_THAT(GrowthAtOnce([] { static_cast<void>(CopyIcon(LoadIconW(nullptr, IDI_ERROR))); }),
+                HasSubstr("USER"));
+    EXPECT_THAT(GrowthAtOnce(
+                    [] {
+                        CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr,
+                                        nullptr);
+                    }),
+                HasSubstr("USER"));
+    EXPECT_THAT(GrowthAtOnce([] { static_cast<void>(CreateSolidBrush(1)); }), HasSubstr("GDI"));
+    EXPECT_THAT(GrowthAtOnce([] { _beginthreadex(nullptr, 0, &SleepLong, nullptr, 0, nullptr); }),
+                HasSubstr("threads"));
 }
 
 } // namespace TestSupport
