@@ -22,7 +22,8 @@ add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:${_options}>"
 # The C++ runtime is linked in, so that the staged tree needs no library beyond its own. The stack
 # protector's own part has to be named at the link as well.
 add_link_options(-static -fstack-protector-strong
-                 -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
+                 -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va
+                 $<$<CONFIG:Release>:-s>)
 
 if(QX_CHECKED)
   add_compile_definitions(_GLIBCXX_ASSERTIONS)

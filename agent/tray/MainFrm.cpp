@@ -19,7 +19,7 @@ BEGIN_MESSAGE_MAP(CMainFrame, CFrameWnd)
     ON_MESSAGE(WindowMessage::NetworkMade, &CMainFrame::OnNetworkConnectionMadeNotify)
     ON_MESSAGE(WindowMessage::NetworkMadeNoQoc, &CMainFrame::OnNetworkConnectionMadeNoQocNotify)
     ON_MESSAGE(WindowMessage::NetworkLost, &CMainFrame::OnNetworkConnectionLostNotify)
-    ON_MESSAGE(WM_POWERBROADCAST, &CMainFrame::OnPowerBroadcast)
+    ON_MESSAGE(WM_POWERBROADCAST, &CMainFrame::OnPowerMessage)
 END_MESSAGE_MAP()
 
 CMainFrame::~CMainFrame()

@@ -48,7 +48,7 @@ protected:
     afx_msg LRESULT OnNetworkConnectionMadeNotify(WPARAM wParam, LPARAM lParam);
     afx_msg LRESULT OnNetworkConnectionMadeNoQocNotify(WPARAM wParam, LPARAM lParam);
     afx_msg LRESULT OnNetworkConnectionLostNotify(WPARAM wParam, LPARAM lParam);
-    afx_msg LRESULT OnPowerBroadcast(WPARAM wParam, LPARAM lParam);
+    afx_msg LRESULT OnPowerMessage(WPARAM wParam, LPARAM lParam);
     DECLARE_MESSAGE_MAP()
 
 private:

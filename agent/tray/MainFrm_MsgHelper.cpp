@@ -105,7 +105,7 @@ LRESULT CMainFrame::OnNetworkConnectionLostNotify(WPARAM /*wParam*/, LPARAM /*lP
     return 0;
 }
 
-LRESULT CMainFrame::OnPowerBroadcast(WPARAM wParam, LPARAM lParam)
+LRESULT CMainFrame::OnPowerMessage(WPARAM wParam, LPARAM lParam)
 {
     const auto* setting = reinterpret_cast<const POWERBROADCAST_SETTING*>(lParam);
     const AgentStatus status = m_powerHandler.HandlePowerEvent(static_cast<UINT>(wParam), setting);
