@@ -110,7 +110,7 @@ wine_start()
     export QX_DESKTOP=$1
     # The first process starts the system's own ones, which keep its output open: give it none. It stays
     # for as long as the desktop does, for with the last program Wine ends its services too.
-    timeout 7200 wine explorer </dev/null >/dev/null 2>&1 &
+    timeout 7200 wine explorer /desktop=Default,1280x800 </dev/null >/dev/null 2>&1 &
     timeout 60 wine cmd /c exit </dev/null >/dev/null 2>&1 || die "the Windows desktop did not come up"
 }
 
