@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "LogCapture.h"
-
 namespace
 {
 std::wstring g_modulePath;
@@ -25,16 +23,3 @@ FakeProduct::FakeProduct(const std::wstring& fileName, const std::wstring& folde
 }
 
 FakeProduct::~FakeProduct() = default;
-
-std::vector<std::wstring> MessagesBut(const TestSupport::LogCapture& log, const std::wstring& word)
-{
-    std::vector<std::wstring> messages;
-    for (const auto& message : log.Messages())
-    {
-        if (message.text.find(word) == std::wstring::npos)
-        {
-            messages.push_back(message.text);
-        }
-    }
-    return messages;
-}

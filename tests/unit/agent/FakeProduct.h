@@ -1,14 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
-#include <vector>
 
 #include "ImportPatch.h"
 
-namespace TestSupport
-{
-class LogCapture;
-}
+// Everything but DEBUG, at which the product's identity tells each question for it.
+inline constexpr std::uint32_t logLevels = 0x0111;
 
 // Makes the test program the executable of that name, in a folder of the test's choice, for every call that
 // asks for the running module. One at a time, made before anything asks for the product.
@@ -24,7 +22,3 @@ public:
 private:
     TestSupport::ImportPatch m_patch;
 };
-
-// The message texts of the captured lines, but for those that contain the word.
-[[nodiscard]] std::vector<std::wstring> MessagesBut(const TestSupport::LogCapture& log,
-                                                    const std::wstring& word);

@@ -27,14 +27,9 @@ constexpr UINT frameId = 128;
 
 int g_registrations = 0;
 int g_registrationsThatFail = 0;
+HWND g_unregistered = nullptr;
 std::vector<DWORD> g_sleeps;
 int g_trims = 0;
-
-BOOL WINAPI FakeRegisterSession(HWND /*window*/, DWORD flags)
-{
-    EXPECT_EQ(flags, 0U); // NOTIFY_FOR_THIS_SESSION
-    return ++g_registrations > g_registrationsThatFail ? TRUE : FALSE;
-}
 
 VOID WINAPI FakeSleep(DWORD milliseconds)
 {
@@ -48,6 +43,23 @@ BOOL WINAPI FakeEmptyWorkingSet(HANDLE process)
     return TRUE;
 }
 
+} // namespace
+
+// The library is loaded at the first call, so there is no import to patch: the linker takes these instead.
+extern "C" BOOL WINAPI WTSRegisterSessionNotification(HWND /*window*/, DWORD flags)
+{
+    EXPECT_EQ(flags, 0U); // NOTIFY_FOR_THIS_SESSION
+    return ++g_registrations > g_registrationsThatFail ? TRUE : FALSE;
+}
+
+extern "C" BOOL WINAPI WTSUnRegisterSessionNotification(HWND window)
+{
+    g_unregistered = window;
+    return TRUE;
+}
+
+namespace
+{
 class MainFrameTest : public ::testing::Test
 {
 protected:
@@ -79,8 +91,7 @@ protected:
     }
 
     FakeProduct product{L"QxSessionAgent_M.exe"};
-    TestSupport::LogCapture log;
-    TestSupport::ImportPatch registration{nullptr, "WTSRegisterSessionNotification", &FakeRegisterSession};
+    TestSupport::LogCapture log{logLevels};
     TestSupport::ImportPatch sleep{nullptr, "Sleep", &FakeSleep};
     CWinApp app{nullptr};
     CMainFrame* frame = nullptr;
@@ -116,7 +127,7 @@ TEST_F(MainFrameTest, RunsWithoutSessionMessagesAfterThreeFailures)
     Create();
     EXPECT_EQ(g_registrations, 3);
     EXPECT_THAT(g_sleeps, ElementsAre(2000U, 2000U, 2000U));
-    EXPECT_THAT(MessagesBut(log, L"s_wszQxId"), Not(Contains(HasSubstr(L"ERROR"))));
+    EXPECT_THAT(log.Texts(), Not(Contains(HasSubstr(L"ERROR"))));
     EXPECT_NE(frame->m_hWnd, nullptr);
 }
 
@@ -124,7 +135,7 @@ TEST_F(MainFrameTest, RunsWithoutPowerEvents)
 {
     TheNeighbours().initPower = Status::InitializeFailed;
     Create();
-    EXPECT_THAT(MessagesBut(log, L"s_wszQxId"),
+    EXPECT_THAT(log.Texts(),
                 Contains(L": [ERROR] Failed to initialize power handler. Error Code = 0xe0ff0005"));
 }
 
@@ -134,8 +145,7 @@ TEST_F(MainFrameTest, AnswersZeroToPowerAndLogsAFailure)
     TheNeighbours().handlePower = Status::NoClient;
     EXPECT_EQ(frame->SendMessage(WM_POWERBROADCAST, PBT_APMRESUMESUSPEND, 0), 0);
     EXPECT_THAT(TheNeighbours().calls, Contains("power event 7"));
-    EXPECT_THAT(MessagesBut(log, L"s_wszQxId"),
-                Contains(L": [ERROR] Failed to handle power event. Error Code = 0xe0ff001a"));
+    EXPECT_THAT(log.Texts(), Contains(L": [ERROR] Failed to handle power event. Error Code = 0xe0ff001a"));
 }
 
 TEST_F(MainFrameTest, RunsTheReportersOnTheirTimersArmedOrNot)
@@ -176,7 +186,7 @@ TEST_F(MainFrameTest, OpensTheConsoleOnTheDefaultCommand)
     Create();
     frame->SendMessage(WM_COMMAND, Command::Default);
     EXPECT_THAT(CallsBut("power"), ElementsAre("console <>"));
-    EXPECT_THAT(MessagesBut(log, L"s_wszQxId"), Contains(L"[INFO],[], ==> CMainFrame::OnStartMain"));
+    EXPECT_THAT(log.Texts(), Contains(L"[INFO],[], ==> CMainFrame::OnStartMain"));
 }
 
 TEST_F(MainFrameTest, ReachesEachHandlerByTheFunctionOfTheProfile)
@@ -219,7 +229,7 @@ TEST_F(MainFrameTest, LogsAConsoleThatDoesNotStart)
     frame->OnStartMain();
     frame->OnShowMonitorBall();
     frame->OnShowGameConsole();
-    const auto messages = MessagesBut(log, L"s_wszQxId");
+    const auto messages = log.Texts();
     EXPECT_THAT(messages, Contains(L": [ERROR] Show Main Console failed..."));
     EXPECT_THAT(messages, Contains(L": [ERROR] Show monitor Console failed..."));
     EXPECT_THAT(messages, Contains(L": [ERROR] Show game Console failed..."));
@@ -312,8 +322,7 @@ TEST_F(MainFrameTest, ExitClosesTheConsolesThenTellsTheServiceThenSignals)
     EXPECT_FALSE(stranger.closed);
     EXPECT_THAT(CallsBut("power"), ElementsAre("event 19", "stop service 1 120"));
     EXPECT_EQ(WaitForSingleObject(exitEvent.Handle(), 0), WAIT_OBJECT_0);
-    EXPECT_THAT(MessagesBut(log, L"s_wszQxId"),
-                Contains(L": [INFO] Try to stop service if it is running..."));
+    EXPECT_THAT(log.Texts(), Contains(L": [INFO] Try to stop service if it is running..."));
 }
 
 TEST_F(MainFrameTest, ExitGoesOnAfterFailuresOfTheService)
@@ -324,7 +333,7 @@ TEST_F(MainFrameTest, ExitGoesOnAfterFailuresOfTheService)
     VzCommon::Synchronize::Event exitEvent;
     ASSERT_TRUE(exitEvent.CreateMultipleGlobal(ObjectNames::ExitEvent().c_str(), nullptr));
     frame->OnExitTray();
-    const auto messages = MessagesBut(log, L"s_wszQxId");
+    const auto messages = log.Texts();
     EXPECT_THAT(messages, Contains(L": [WARN] Send event failed...EventId=19"));
     EXPECT_THAT(messages, Contains(L": [ERROR] Stop QxSvcHost failed, error = 0xe0fe05b4"));
     EXPECT_EQ(WaitForSingleObject(exitEvent.Handle(), 0), WAIT_OBJECT_0);
@@ -336,8 +345,7 @@ TEST_F(MainFrameTest, StaysAliveWhenTheExitEventCannotBeHad)
     const HANDLE squatter = CreateMutexW(nullptr, FALSE, ObjectNames::ExitEvent().c_str());
     ASSERT_NE(squatter, nullptr);
     frame->OnExitTray();
-    EXPECT_THAT(MessagesBut(log, L"s_wszQxId"),
-                Contains(L": [ERROR] CreateMultipleGlobal failed... ErrorCode=6"));
+    EXPECT_THAT(log.Texts(), Contains(L": [ERROR] CreateMultipleGlobal failed... ErrorCode=6"));
     EXPECT_THAT(CallsBut("power"), ElementsAre("event 19", "stop service 1 120"));
     EXPECT_TRUE(IsWindow(frame->m_hWnd));
     CloseHandle(squatter);
@@ -351,12 +359,27 @@ TEST_F(MainFrameTest, ClosingEndsTheMessageLoop)
     EXPECT_EQ(app.m_pMainWnd, nullptr);
 }
 
+TEST_F(MainFrameTest, TakesItsSessionRegistrationBack)
+{
+    Create();
+    const HWND window = frame->m_hWnd;
+    frame->DestroyWindow();
+    EXPECT_EQ(g_unregistered, window);
+}
+
 TEST_F(MainFrameTest, SurvivesForgedMessages)
 {
     Create();
-    for (UINT message : {WM_COPYDATA, WM_COMMAND, WM_INITMENUPOPUP, WM_WTSSESSION_CHANGE, WM_SETTINGCHANGE,
-                         WindowMessage::TrayCallback, WindowMessage::NetworkMade, WindowMessage::NetworkLost,
-                         WindowMessage::NetworkMadeNoQoc})
+    const UINT forged[] = {WM_COPYDATA,
+                           WM_COMMAND,
+                           WM_INITMENUPOPUP,
+                           WM_WTSSESSION_CHANGE,
+                           WM_SETTINGCHANGE,
+                           WindowMessage::TrayCallback,
+                           WindowMessage::NetworkMade,
+                           WindowMessage::NetworkLost,
+                           WindowMessage::NetworkMadeNoQoc};
+    for (const UINT message : forged)
     {
         for (WPARAM wParam : {WPARAM{0}, WPARAM{1}, WPARAM{0xFFFF}, static_cast<WPARAM>(-1)})
         {
@@ -369,9 +392,7 @@ TEST_F(MainFrameTest, SurvivesForgedMessages)
 TEST(OtherProductMainFrameTest, ComesUpWithoutTrayAndTrimTimer)
 {
     FakeProduct product(L"QxSessionAgent.exe");
-    TestSupport::LogCapture log;
-    const TestSupport::ImportPatch registration(nullptr, "WTSRegisterSessionNotification",
-                                                &FakeRegisterSession);
+    TestSupport::LogCapture log{logLevels};
     CWinApp app(nullptr);
     auto* frame = new CMainFrame;
     app.m_pMainWnd = frame;

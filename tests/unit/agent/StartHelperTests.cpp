@@ -15,6 +15,7 @@
 #include "Neighbours.h"
 #include "TempDir.h"
 #include "TempRegistry.h"
+#include "VzComn_LogFront.h"
 #include "VzComn_Synchronize.h"
 #include "WaitUntil.h"
 

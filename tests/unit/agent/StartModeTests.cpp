@@ -40,11 +40,8 @@ protected:
         return BuildStartModeTable(config, table);
     }
 
-    // The messages of the log without the DEBUG lines of the product identity.
-    std::vector<std::wstring> Messages() const { return MessagesBut(log, L"s_wszQxId"); }
-
     FakeProduct product{L"QxSessionAgent_M.exe"};
-    TestSupport::LogCapture log;
+    TestSupport::LogCapture log{logLevels};
     QxCommon::JsonDb config;
     StartModeTable table;
 };
@@ -53,7 +50,7 @@ TEST_F(StartModeTest, PutsAnItemIntoTheQueueOfEachOfItsModes)
 {
     EXPECT_EQ(Build(LR"({"startMode":{"console":{"startFunc":"ShowQxUi","modeId":[1,5]}}})"),
               Status::Success);
-    EXPECT_THAT(Messages(), ElementsAre(L": [INFO] Push console to 1", L": [INFO] Push console to 5"));
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [INFO] Push console to 1", L": [INFO] Push console to 5"));
     RunStartMode(table, 1);
     RunStartMode(table, 5);
     EXPECT_THAT(g_calls, ElementsAre(L"console ", L"console "));
@@ -89,7 +86,7 @@ TEST_F(StartModeTest, LeavesOutAnItemWithoutModesInSilence)
                          "e":{"modeId":{"0":5}},"f":null,"g":7,"h":"text","i":[5]}})"),
               Status::Success);
     EXPECT_THAT(table, IsEmpty());
-    EXPECT_THAT(Messages(), IsEmpty());
+    EXPECT_THAT(log.Texts(), IsEmpty());
 }
 
 TEST_F(StartModeTest, TakesAModeThatCannotBeReadAsModeZero)
@@ -102,7 +99,7 @@ TEST_F(StartModeTest, TakesAModeThatCannotBeReadAsModeZero)
 TEST_F(StartModeTest, KeepsTheLargestModeNumberAsMinusOne)
 {
     Build(LR"({"startMode":{"x":{"modeId":[4294967295]}}})");
-    EXPECT_THAT(Messages(), ElementsAre(L": [INFO] Push x to -1"));
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [INFO] Push x to -1"));
 }
 
 TEST_F(StartModeTest, RunsAnItemTwiceThatNamesItsModeTwice)
@@ -115,7 +112,7 @@ TEST_F(StartModeTest, RunsAnItemTwiceThatNamesItsModeTwice)
 TEST_F(StartModeTest, GoesThroughTheNamesInOrderOfTheirCharacters)
 {
     Build(LR"({"startMode":{"b":{"modeId":[1]},"B":{"modeId":[1]},"a":{"modeId":[1]}}})");
-    EXPECT_THAT(Messages(),
+    EXPECT_THAT(log.Texts(),
                 ElementsAre(L": [INFO] Push B to 1", L": [INFO] Push a to 1", L": [INFO] Push b to 1"));
 }
 
@@ -133,13 +130,13 @@ TEST_F(StartModeTest, PassesArgumentsOfEveryType)
 TEST_F(StartModeTest, RefusesAConfigurationWithoutStartModes)
 {
     EXPECT_EQ(Build(LR"({"other":1})"), Status::NoStartMode);
-    EXPECT_THAT(Messages(), ElementsAre(L": [ERROR] Invalid JSON config: {\n   \"other\" : 1\n}\n"));
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [ERROR] Invalid JSON config: {\n   \"other\" : 1\n}\n"));
 }
 
 TEST_F(StartModeTest, PrintsAnEmptyRootAsNull)
 {
     EXPECT_EQ(Build(L"no json"), Status::NoStartMode);
-    EXPECT_THAT(Messages(), ElementsAre(L": [ERROR] Invalid JSON config: null\n"));
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [ERROR] Invalid JSON config: null\n"));
 }
 
 TEST_F(StartModeTest, RefusesARootThatIsNoObject)
@@ -173,10 +170,10 @@ TEST_F(StartModeTest, SaysWhichStartFunctionIsUnknownAndGoesOn)
         "c":{"sequence":3,"startFunc":"ShowQxUi","modeId":[1]}}})");
     log.Clear();
     EXPECT_EQ(RunStartMode(table, 1), Status::Success);
-    EXPECT_THAT(Messages(), ElementsAre(L": [ERROR] Can't find the start function: showqxui",
-                                        L": [ERROR] Call the start function failed with ",
-                                        L": [ERROR] Can't find the start function: ",
-                                        L": [ERROR] Call the start function failed with "));
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [ERROR] Can't find the start function: showqxui",
+                                         L": [ERROR] Call the start function failed with ",
+                                         L": [ERROR] Can't find the start function: ",
+                                         L": [ERROR] Call the start function failed with "));
     EXPECT_THAT(g_calls, ElementsAre(L"console "));
 }
 
@@ -195,7 +192,7 @@ TEST_F(StartModeTest, GoesOnAfterAStartFunctionThatFails)
         "b":{"sequence":2,"startFunc":"ShowSplash","modeId":[1]}}})");
     log.Clear();
     EXPECT_EQ(RunStartMode(table, 1), Status::Success);
-    EXPECT_THAT(Messages(), ElementsAre(L": [ERROR] Call the start function failed with "));
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [ERROR] Call the start function failed with "));
     EXPECT_THAT(g_calls, ElementsAre(L"console ", L"splash"));
 }
 
@@ -203,7 +200,7 @@ TEST_F(StartModeTest, WarnsOfAModeThatTheConfigurationLacks)
 {
     Build(LR"({"startMode":{}})");
     EXPECT_EQ(RunStartMode(table, 5), Status::Success);
-    EXPECT_THAT(Messages(), ElementsAre(L": [WARN] Can not find the start mode 5"));
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [WARN] Can not find the start mode 5"));
 }
 
 TEST_F(StartModeTest, LeavesTheTableAsItIs)
@@ -222,7 +219,7 @@ class OtherProductsStartModeTest : public ::testing::TestWithParam<const wchar_t
 TEST_P(OtherProductsStartModeTest, RunsNothingAndSaysNothing)
 {
     FakeProduct product(GetParam());
-    TestSupport::LogCapture log;
+    TestSupport::LogCapture log{logLevels};
     QxCommon::JsonDb config;
     StartModeTable table;
     config.ParseFromString(LR"({"startMode":{"a":{"startFunc":"ShowQxUi","modeId":[1]}}})");
@@ -231,7 +228,7 @@ TEST_P(OtherProductsStartModeTest, RunsNothingAndSaysNothing)
     EXPECT_EQ(RunStartMode(table, 1), Status::Success);
     EXPECT_EQ(RunStartMode(table, 99), Status::Success);
     EXPECT_THAT(g_calls, IsEmpty());
-    EXPECT_THAT(MessagesBut(log, L"s_wszQxId"), IsEmpty());
+    EXPECT_THAT(log.Texts(), IsEmpty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, OtherProductsStartModeTest,

@@ -50,7 +50,7 @@ protected:
     TestSupport::TempRegistry registry;
     FakeProduct product{L"QxSessionAgent_M.exe"};
     TestSupport::ImportPatch create{nullptr, "CreateProcessW", &FakeCreateProcessW};
-    TestSupport::LogCapture log;
+    TestSupport::LogCapture log{logLevels};
 };
 
 TEST_F(UiLaunchTest, QuotesThePathAndKeepsTheBlankWithoutArguments)
@@ -58,7 +58,7 @@ TEST_F(UiLaunchTest, QuotesThePathAndKeepsTheBlankWithoutArguments)
     EXPECT_EQ(ShowQxUi(L""), Status::Success);
     EXPECT_EQ(g_started.commandLine, L"\"C:\\Product\\win32\\QxMainConsole_M.exe\" ");
     EXPECT_THAT(
-        MessagesBut(log, L"s_wszQxId"),
+        log.Texts(),
         ElementsAre(L": [INFO] Show QX UI. Command-line: \"C:\\Product\\win32\\QxMainConsole_M.exe\" "));
 }
 
@@ -97,9 +97,8 @@ TEST_F(UiLaunchTest, TurnsTheSystemsErrorIntoAStatusAndOneLine)
     g_failure = ERROR_FILE_NOT_FOUND;
     EXPECT_EQ(ShowQxUi(L"a"), Status::FromSystemError(ERROR_FILE_NOT_FOUND));
     EXPECT_EQ(ShowQxUi(L"a"), Status::FromBits(0xE0FE0002U));
-    EXPECT_EQ(MessagesBut(log, L"s_wszQxId")[1],
-              L": [ERROR] VzCommon::Process::InvokeProcessAsynch() failed. 2");
-    EXPECT_EQ(MessagesBut(log, L"s_wszQxId").size(), 4U);
+    EXPECT_EQ(log.Texts()[1], L": [ERROR] VzCommon::Process::InvokeProcessAsynch() failed. 2");
+    EXPECT_EQ(log.Texts().size(), 4U);
 }
 
 TEST_F(UiLaunchTest, ClosesBothHandles)
