@@ -222,7 +222,7 @@ TEST_P(RijndaelMessageTest, KeepsTheWholeBlockWhenItDoesNotEndInPadding)
 {
     const Bytes random = Slice(RandomBytes(2 * BlockSize, 10), 0, 2 * BlockSize);
     for (const Bytes& ending : {Bytes{0}, Bytes{17}, Bytes{255}, Bytes{1, 2}, Bytes{9, 3, 3},
-                                Bytes{4, 5, 4, 4}, Bytes(15, 16), Bytes{0, 0, 0, 0}})
+                                Bytes{4, 5, 4, 4}, Bytes(15, 16), Bytes(20, 17), Bytes{0, 0, 0, 0}})
     {
         Bytes plain = random;
         plain[plain.size() - ending.size() - 1] = 0x77;
