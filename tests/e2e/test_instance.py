@@ -78,8 +78,10 @@ def test_the_products_of_the_family_run_side_by_side(product: Product) -> None:
     assert running[0].running and running[2].running
 
 
-@pytest.mark.parametrize("kind", ["event", "mutex", "semaphore", "timer", "section"])
-@pytest.mark.parametrize("no_rights", [0, 1], ids=["open", "no-rights"])
+@pytest.mark.parametrize(
+    "kind, no_rights",
+    [("event", 0), ("mutex", 0), ("semaphore", 0), ("timer", 0), ("section", 0), ("event", 1), ("mutex", 1)],
+)
 def test_a_squatted_mutex_name_makes_every_start_a_second_one(
     product: Product, kind: str, no_rights: int
 ) -> None:
