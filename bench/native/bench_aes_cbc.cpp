@@ -141,7 +141,7 @@ std::string ProcessorName()
 int main(int argc, char** argv)
 {
     const std::size_t megabytes = argc > 1 ? std::max(1UL, std::strtoul(argv[1], nullptr, 10)) : 16;
-    const unsigned long rounds = argc > 2 ? std::max(1UL, std::strtoul(argv[2], nullptr, 10)) : 20;
+    const unsigned long rounds = argc > 2 ? std::max(1UL, std::strtoul(argv[2], nullptr, 10)) : 60;
     std::printf("%s; %s; best of %lu rounds\n", ProcessorName().c_str(), OpenSSL_version(OPENSSL_VERSION),
                 rounds);
 
