@@ -1,8 +1,5 @@
 #include "LogCapture.h"
 
-#include "RecordingVzDbgLog.h"
-#include "TestProgram.h"
-
 #include "VzComn_DebugLog.h"
 #include "VzComn_LogFront.h"
 
@@ -16,40 +13,6 @@ namespace TestSupport
 
 namespace
 {
-
-const std::wstring s_writerFile = L"VzDbgLog.dll";
-
-// Taken before the tests begin: some of them replace what tells the running program's folder.
-const std::wstring s_writerFolder = []() -> std::wstring
-{
-    try
-    {
-        std::wstring path = TestProgram(L"RecordingVzDbgLog\\RecordingVzDbgLog", s_writerFile);
-        path.resize(path.size() - s_writerFile.size() - 1);
-        return path;
-    }
-    catch (const std::runtime_error&)
-    {
-        return {};
-    }
-}();
-
-HMODULE LoadWriter()
-{
-    const HMODULE library = LoadLibraryW((RecordingLogFolder() + L'\\' + s_writerFile).c_str());
-    if (library == nullptr)
-    {
-        throw std::runtime_error("the recording log writer cannot be loaded");
-    }
-    return library;
-}
-
-RecordingLog* WriterOf(HMODULE library)
-{
-    const auto get = reinterpret_cast<decltype(&GetRecordingLog)>(
-        reinterpret_cast<void*>(GetProcAddress(library, "GetRecordingLog")));
-    return get();
-}
 
 std::string Configuration(std::uint32_t levelMask)
 {
@@ -98,17 +61,7 @@ void PrintTo(const LogMessage& message, std::ostream* stream)
     }
 }
 
-std::wstring RecordingLogFolder()
-{
-    if (s_writerFolder.empty())
-    {
-        throw std::runtime_error("the recording log writer has not been built");
-    }
-    return s_writerFolder;
-}
-
-LogCapture::LogCapture(std::uint32_t levelMask)
-    : m_library(LoadWriter()), m_writer(WriterOf(static_cast<HMODULE>(m_library))), m_first(m_writer->Count())
+LogCapture::LogCapture(std::uint32_t levelMask) : m_first(m_writer->Count())
 {
     m_folder.Write(L"vzdbg.ini", Configuration(levelMask));
     m_log = StartLog(m_folder.Path()).release();
@@ -123,17 +76,11 @@ LogCapture::~LogCapture()
         VzCommon::ShutdownDebugLog();
         VzCommon::s_pDebugLog = m_previous;
     }
-    FreeLibrary(static_cast<HMODULE>(m_library));
 }
 
 std::vector<std::wstring> LogCapture::Lines() const
 {
-    std::vector<std::wstring> lines;
-    for (std::size_t i = m_first; i < m_writer->Count(); ++i)
-    {
-        lines.emplace_back(m_writer->Line(i));
-    }
-    return lines;
+    return m_writer.Lines(m_first);
 }
 
 std::vector<LogMessage> LogCapture::Messages() const

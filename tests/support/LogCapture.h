@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RecordingWriter.h"
 #include "TempDir.h"
 
 #include <cstddef>
@@ -7,8 +8,6 @@
 #include <iosfwd>
 #include <string>
 #include <vector>
-
-class RecordingLog;
 
 namespace VzCommon
 {
@@ -30,9 +29,6 @@ struct LogMessage
 };
 
 void PrintTo(const LogMessage& message, std::ostream* stream);
-
-// The folder of a log writer that keeps its lines in memory.
-[[nodiscard]] std::wstring RecordingLogFolder();
 
 // Makes the process-wide log write into memory for the length of a scope, whatever the log was before:
 //
@@ -66,8 +62,7 @@ public:
 
 private:
     TempDir m_folder;
-    void* m_library; // keeps the writer loaded when the log lets go of it
-    RecordingLog* m_writer;
+    RecordingWriter m_writer;
     std::size_t m_first;
     VzCommon::DebugLog* m_log;
     VzCommon::DebugLog* m_previous;
