@@ -35,6 +35,18 @@ LPCTSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor, HBRUSH hbrBackgro
 CWnd::~CWnd()
 {
     CWnd::DestroyWindow();
+    LeaveThread();
+}
+
+// A main window that goes, even one that never came to be, ends the message loop.
+void CWnd::LeaveThread()
+{
+    auto* const pThread = AfxGetThread();
+    if (pThread != nullptr && pThread->m_pMainWnd == this)
+    {
+        pThread->m_pMainWnd = nullptr;
+        AfxPostQuitMessage(0);
+    }
 }
 
 CWnd* CWnd::FromHandlePermanent(HWND hWnd)

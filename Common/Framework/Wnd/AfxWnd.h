@@ -109,6 +109,7 @@ private:
 
     void Attach(HWND hWnd);
     void Detach();
+    void LeaveThread();
 
     CWnd* m_pNext = nullptr; // Weak. The thread's next window object.
     WNDPROC m_pfnSuper = nullptr;

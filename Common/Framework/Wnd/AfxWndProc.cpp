@@ -18,7 +18,6 @@ public:
 
     BOOL m_bEnabled = TRUE;
 };
-
 } // namespace
 
 IMPLEMENT_DYNAMIC(CWnd, CCmdTarget)
@@ -110,12 +109,7 @@ BOOL CWnd::OnCommand(WPARAM wParam, LPARAM lParam)
 
 void CWnd::OnNcDestroy()
 {
-    auto* const pThread = AfxGetThread();
-    if (pThread != nullptr && pThread->m_pMainWnd == this)
-    {
-        pThread->m_pMainWnd = nullptr;
-        AfxPostQuitMessage(0);
-    }
+    LeaveThread();
     Default();
     Detach();
     if (m_bContinueModal)

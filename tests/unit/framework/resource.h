@@ -1,0 +1,13 @@
+#pragma once
+
+#define IDS_PROMPT 100
+#define IDR_FRAME 128
+#define IDR_FRAME_WITHOUT_ICON 129
+#define IDR_POPUP 314
+#define IDD_NOTICE 315
+
+#define ID_FIRST 33000
+#define ID_SECOND 33001
+#define ID_THIRD 33002
+#define ID_IN_SUBMENU 33010
+#define IDC_TEXT 1000
