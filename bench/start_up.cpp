@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -63,11 +64,13 @@ int main()
     wchar_t self[MAX_PATH];
     GetModuleFileNameW(nullptr, self, MAX_PATH);
     const std::wstring programs[] = {FolderOf(self) + L"minimal_window.exe",
+                                     FolderOf(self) + L"system_window.exe",
                                      QX_STAGE L"/QxSessionAgent_M.exe"};
-    std::vector<double> times[2];
+    constexpr int count = std::size(programs);
+    std::vector<double> times[count];
     for (int round = 0; round < rounds; ++round)
     {
-        for (int which = 0; which < 2; ++which)
+        for (int which = 0; which < count; ++which)
         {
             const double elapsed = StartOnce(programs[which]);
             if (elapsed < 0)
@@ -79,8 +82,12 @@ int main()
         }
     }
     const double minimal = Median(times[0]);
-    const double agent = Median(times[1]);
-    std::printf("minimal window %8.2f ms\nagent          %8.2f ms\nratio          %8.2f\n", minimal, agent,
-                agent / minimal);
+    const double system = Median(times[1]);
+    const double agent = Median(times[2]);
+    std::printf("minimal window                      %8.2f ms\n", minimal);
+    std::printf("  system libraries, COM, session    %8.2f ms\n", system - minimal);
+    std::printf("  log, configuration, frame, threads%8.2f ms\n", agent - system);
+    std::printf("agent                               %8.2f ms\n", agent);
+    std::printf("ratio                               %8.2f\n", agent / minimal);
     return 0;
 }
