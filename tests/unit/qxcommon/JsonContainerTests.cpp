@@ -18,7 +18,7 @@ namespace
 class JsonContainerTest : public testing::Test
 {
 protected:
-    ~JsonContainerTest() override { EXPECT_EQ(m_log.Lines(), std::vector<std::wstring>{}); }
+    ~JsonContainerTest() override { EXPECT_EQ(m_log.Texts(), std::vector<std::wstring>{}); }
 
     JsonDb Read(const std::string& bytes)
     {

@@ -31,7 +31,7 @@ VzCommon::FileHandle OpenFile(const std::wstring& path, DWORD access, DWORD shar
 class JsonFileTest : public testing::Test
 {
 protected:
-    ~JsonFileTest() override { EXPECT_EQ(m_log.Lines(), Lines{}); }
+    ~JsonFileTest() override { EXPECT_EQ(m_log.Texts(), Lines{}); }
 
     // Reads a file of these bytes into a handle that held something else.
     JsonDb Read(std::string_view bytes)
@@ -61,7 +61,7 @@ protected:
     {
         JsonDb tree = Tree(LR"({"earlier":1})");
         EXPECT_EQ(JsonDb::ParseFromFile(path, tree), Status::FileNotOpened);
-        EXPECT_EQ(m_log.Lines(), Lines{L"QxCommon: [ERROR] failed to open file <" + path + L">, error = " +
+        EXPECT_EQ(m_log.Texts(), Lines{L"QxCommon: [ERROR] failed to open file <" + path + L">, error = " +
                                        std::to_wstring(error)});
         EXPECT_EQ(Text(tree), LR"({"earlier":1})") << "left as it was";
     }

@@ -104,6 +104,19 @@ protected:
     TempRegistry m_registry;
 };
 
+decltype(&RegOpenKeyExW) trueOpenKey = nullptr;
+
+REGSAM accessOfProductKey = 0; // asked for by the last opening
+
+LSTATUS WINAPI RecordingOpenKey(HKEY root, LPCWSTR subkey, DWORD options, REGSAM access, PHKEY key)
+{
+    if (subkey != nullptr && productKey == std::wstring(subkey).substr(0, productKey.size()))
+    {
+        accessOfProductKey = access;
+    }
+    return trueOpenKey(root, subkey, options, access, key);
+}
+
 int missesLeft = 0; // how often GetNativeSystemInfo is not there
 WORD architecture = PROCESSOR_ARCHITECTURE_INTEL;
 
@@ -113,11 +126,12 @@ void WINAPI FakeNativeSystemInfo(LPSYSTEM_INFO info)
     info->wProcessorArchitecture = architecture;
 }
 
-FARPROC WINAPI FakeProcAddress(HMODULE module, LPCSTR name)
+FARPROC WINAPI FakeProcAddress(HMODULE /*module*/, LPCSTR name)
 {
     if (std::strcmp(name, "GetNativeSystemInfo") != 0)
     {
-        return GetProcAddress(module, name);
+        ADD_FAILURE() << "asked for " << name;
+        return nullptr;
     }
     if (missesLeft-- > 0)
     {
@@ -133,10 +147,10 @@ TEST(ProductIdTest, TellsTheIdOnceItIsKnown)
 {
     const LogCapture log;
     EXPECT_EQ(GetProductId(), L"Oravex");
-    EXPECT_EQ(log.Lines(), Lines{});
+    EXPECT_EQ(log.Texts(), Lines{});
     EXPECT_EQ(GetProductId(), L"Oravex");
     EXPECT_EQ(GetProductNumber(), 0);
-    EXPECT_EQ(log.Lines(), (Lines{L": [DEBUG] s_wszQxId = Oravex", L": [DEBUG] s_wszQxId = Oravex"}));
+    EXPECT_EQ(log.Texts(), (Lines{L": [DEBUG] s_wszQxId = Oravex", L": [DEBUG] s_wszQxId = Oravex"}));
 }
 
 TEST_F(RenamedProgramTest, KeepsTheFirstProductThatItFound)
@@ -150,7 +164,7 @@ TEST_F(RenamedProgramTest, KeepsTheFirstProductThatItFound)
 
     modulePath = L"C:\\product\\Agent_m.exe";
     EXPECT_EQ(GetProductId(), L"Melvio");
-    EXPECT_EQ(m_log.Lines(), Lines{}) << "the id was not known before";
+    EXPECT_EQ(m_log.Texts(), Lines{}) << "the id was not known before";
 
     modulePath = L"C:\\product\\Agent_b.exe";
     EXPECT_EQ(GetProductId(), L"Melvio");
@@ -252,10 +266,11 @@ TEST_F(ProductPathTest, IsTheModuleFolderIfTheValueIsNoString)
 
 TEST_F(ProductPathTest, IsReadFromTheViewOfSixtyFourBits)
 {
-    m_registry.SetString(HKEY_LOCAL_MACHINE, productKey, L"ProductPath", L"C:\\narrow", KEY_WOW64_32KEY);
-    ExpectModuleFolder();
-    m_registry.SetString(HKEY_LOCAL_MACHINE, productKey, L"ProductPath", L"C:\\wide", KEY_WOW64_64KEY);
-    EXPECT_EQ(GetProductPath(), L"C:\\wide");
+    const ImportPatch patch(L"advapi32.dll", "RegOpenKeyExW", &RecordingOpenKey);
+    trueOpenKey = patch.Original<decltype(RegOpenKeyExW)>();
+    Register(L"C:\\product");
+    EXPECT_EQ(GetProductPath(), L"C:\\product");
+    EXPECT_EQ(accessOfProductKey, static_cast<REGSAM>(KEY_QUERY_VALUE | KEY_WOW64_64KEY));
 }
 
 TEST_F(ProductPathTest, IsReadAnewAtEachCall)
@@ -288,8 +303,11 @@ TEST(ArchitectureTest, LeavesTheBinariesInTheProductPathOnANarrowSystem)
     registry.SetString(HKEY_LOCAL_MACHINE, productKey, L"ProductPath", L"C:\\product");
     architecture = PROCESSOR_ARCHITECTURE_INTEL;
     const ImportPatch patch(L"kernel32.dll", "GetProcAddress", &FakeProcAddress);
+    const ImportPatch recording(L"advapi32.dll", "RegOpenKeyExW", &RecordingOpenKey);
+    trueOpenKey = recording.Original<decltype(RegOpenKeyExW)>();
     EXPECT_FALSE(IsX64System());
     EXPECT_EQ(GetBinariesFolder(), L"C:\\product");
+    EXPECT_EQ(accessOfProductKey, static_cast<REGSAM>(KEY_QUERY_VALUE)) << "the only view";
     EXPECT_EQ(GetConfigurationFolder(), L"C:\\product\\Configuration");
 }
 

@@ -94,7 +94,7 @@ protected:
     // Without the lines about the product.
     [[nodiscard]] Lines LocaleLines() const
     {
-        Lines lines = m_log.Lines();
+        Lines lines = m_log.Texts();
         std::erase_if(lines,
                       [](const std::wstring& line) { return line.find(L"s_wszQxId") != std::wstring::npos; });
         return lines;
@@ -110,14 +110,14 @@ TEST_F(QxLocaleTest, FindsTheLanguageInTheMapping)
 {
     Write(mapping);
     EXPECT_EQ(NameFor(1031), L"De-DE") << "in the file's own case";
-    EXPECT_EQ(m_log.Lines(), Lines{L"QxCommon: [INFO] Get locale name, lcid: 1031, localeName: De-DE"});
+    EXPECT_EQ(m_log.Texts(), Lines{L"QxCommon: [INFO] Get locale name, lcid: 1031, localeName: De-DE"});
 }
 
 TEST_F(QxLocaleTest, FallsBackToTheFilesDefault)
 {
     Write(mapping);
     EXPECT_EQ(NameFor(1041), L"fr-fr");
-    EXPECT_EQ(m_log.Lines(),
+    EXPECT_EQ(m_log.Texts(),
               Lines{L"QxCommon: [INFO] Get locale name, unsupport language, return en-us, lcid: 1041"});
 }
 
@@ -178,7 +178,7 @@ TEST_F(QxLocaleTest, ReadsAnEncipheredFile)
 TEST_F(QxLocaleTest, TellsThatTheFileIsMissing)
 {
     EXPECT_EQ(CachedName(Status::FileNotOpened), L"");
-    EXPECT_EQ(m_log.Lines(), (Lines{L"QxCommon: [ERROR] failed to open file <" + m_path + L">, error = 3",
+    EXPECT_EQ(m_log.Texts(), (Lines{L"QxCommon: [ERROR] failed to open file <" + m_path + L">, error = 3",
                                     L"QxCommon: [ERROR] Parse localMapping file error: 0xe0ff0012"}));
 }
 
@@ -189,7 +189,7 @@ TEST_F(QxLocaleTest, TellsThatTheFileHoldsNoJson)
         const LogCapture log;
         Write(file);
         EXPECT_EQ(CachedName(), L"");
-        EXPECT_EQ(log.Lines(), Lines{L"QxCommon: [ERROR] Parse localMapping file error: 0x20ff0000"}) << file;
+        EXPECT_EQ(log.Texts(), Lines{L"QxCommon: [ERROR] Parse localMapping file error: 0x20ff0000"}) << file;
     }
 }
 
@@ -201,7 +201,7 @@ TEST_F(QxLocaleTest, KeepsItsAnswerForTheLifeOfTheProcess)
     language = 1033;
     EXPECT_TRUE(DeleteFileW(m_path.c_str()));
     EXPECT_EQ(CachedName(), L"De-DE");
-    EXPECT_EQ(m_log.Lines(), (Lines{L"QxCommon: [INFO] Get locale name, lcid: 1031, localeName: De-DE",
+    EXPECT_EQ(m_log.Texts(), (Lines{L"QxCommon: [INFO] Get locale name, lcid: 1031, localeName: De-DE",
                                     L"QxCommon: [INFO] m_localName exist, just return it"}));
 }
 
