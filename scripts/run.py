@@ -6,7 +6,7 @@ from __future__ import annotations
 import os
 import shutil
 import sys
-from pathlib import Path
+from pathlib import Path, PureWindowsPath
 
 _ROOT = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(_ROOT / "tests/e2e"))
@@ -17,8 +17,10 @@ from product import Product  # noqa: E402
 
 _PICTURES = _ROOT / "out/run"
 _BUILD = _ROOT / "out/build" / os.environ.get("QX_PRESET", "win64")
-_LOG = Path(os.environ["WINEPREFIX"]) / "drive_c/ProgramData/Norvane Soft/Log"
-_TOLD = ("Start Mode: ", "Push console to", "A program instance", "Show QX UI.", "exit")
+_DRIVE_C = Path(os.environ["WINEPREFIX"]) / "drive_c"
+_INSTALLED = Path("Program Files/Norvane Soft/Melvio")
+_LOG = Path("ProgramData/Norvane Soft/Log")
+_TOLD = ("Start Mode: ", "A program instance", "Show QX UI.", "exit")
 
 
 def tell(text: str) -> None:
@@ -41,11 +43,13 @@ class Play:
         self._product = product
         self._desktop = product.desktop
         self._pictures = 0
-        self._lines_told = 0
+        self._lines_told: set[str] = set()
+        self._consoles_told: set[int] = set()
 
     def run(self) -> None:
         agent = self._start_first()
         self._start_second(agent)
+        self._start_support_mode(agent)
         self._signal_exit(agent)
         self._close_consoles()
 
@@ -72,8 +76,17 @@ class Play:
         self._tell_log()
         self._picture("second-start")
 
+    def _start_support_mode(self, agent: Process) -> None:
+        tell("3. A start in mode 6, which has three items, opens one console after the other.")
+        third = self._product.start("6")
+        expect(third.wait() == 0 and agent.running, "a later start leaves as well")
+        self._desktop.wait_for_consoles(5)
+        self._show_consoles()
+        self._tell_log()
+        self._picture("mode-6")
+
     def _signal_exit(self, agent: Process) -> None:
-        tell('3. Another program of the product signals "Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXITMelvio".')
+        tell('4. Another program of the product signals "Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXITMelvio".')
         self._product.signal_exit()
         exit_code = agent.wait()
         detail(f"process {agent.number} has ended with code {exit_code}")
@@ -83,23 +96,27 @@ class Play:
         self._tell_log()
 
     def _close_consoles(self) -> None:
-        tell("4. The user closes the consoles.")
+        tell("5. The user closes the consoles.")
         for console in self._desktop.consoles():
             console.post(0x0010)
         wait_until(lambda: not self._desktop.consoles(), "the end of the consoles")
         self._picture("end")
 
     def _show_consoles(self) -> None:
-        for console in self._desktop.consoles():
-            detail(f"on the screen: {console.title}, started as {console_command_line(console)}")
+        for console in reversed(self._desktop.consoles()):
+            if console.handle not in self._consoles_told:
+                detail(f"on the screen: {console.title}, process {console.process}")
+                detail(f"    started as {console_command_line(console)}")
+                self._consoles_told.add(console.handle)
 
     def _tell_log(self) -> None:
-        lines = self._product.log_text().splitlines()
+        # Each running instance writes a file of its own; the time in front brings the lines into order.
+        text = self._product.log_text()
+        lines = [line for line in text.splitlines() if any(word in line for word in _TOLD)]
         detail("the log says:")
-        for line in lines[self._lines_told :]:
-            if any(text in line for text in _TOLD):
-                detail(f"  | {line}")
-        self._lines_told = len(lines)
+        for line in sorted(set(lines) - self._lines_told):
+            detail(f"  | {line}")
+        self._lines_told.update(lines)
 
     def _picture(self, name: str) -> None:
         self._pictures += 1
@@ -108,10 +125,17 @@ class Play:
         detail(f"picture: {path.relative_to(_ROOT)}")
 
 
+def install(desktop: Desktop) -> Product:
+    """Puts the staged tree where an installer would."""
+    shutil.copytree(_ROOT / "out/stage", _DRIVE_C / _INSTALLED)
+    windows_root = str(PureWindowsPath("C:/") / _INSTALLED)
+    return Product(desktop, _DRIVE_C / _INSTALLED, _DRIVE_C / _LOG, windows_root)
+
+
 def main() -> int:
     shutil.rmtree(_PICTURES, ignore_errors=True)
     desktop = Desktop(dict(os.environ), _BUILD / "tests/programs/winprobe/winprobe.exe")
-    product = Product(desktop, _ROOT / "out/stage", _LOG)
+    product = install(desktop)
     try:
         Play(product).run()
     except AssertionError as failure:

@@ -85,17 +85,29 @@ bool ConsoleWindow::Create(int nShow)
         return false;
     }
     m_uDpi = ScreenDpi();
-    const std::wstring wstrTitle = m_wstrProduct + L" Console";
-    const int nWidth = Scale(WindowWidth);
-    const int nHeight = Scale(WindowHeight);
-    const POINT position = StartPosition(nWidth, nHeight, Scale(CascadeStep));
-    if (CreateWindowExW(0, WindowClass, wstrTitle.c_str(), WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, position.x,
-                        position.y, nWidth, nHeight, nullptr, nullptr, m_hInstance, this) == nullptr)
+    if (!CreateInPlace())
     {
         return false;
     }
     ShowWindow(m_hWnd, nShow);
+    UpdateWindow(m_hWnd);
     return true;
+}
+
+// Consoles that start at the same time do so one after the other here, or they would lie on one another.
+bool ConsoleWindow::CreateInPlace()
+{
+    constexpr DWORD patience = 2000;
+    const VzCommon::KernelHandle turn(CreateMutexW(nullptr, FALSE, L"Local\\QxMainConsolePlace"));
+    WaitForSingleObject(turn.Get(), patience);
+    const std::wstring wstrTitle = m_wstrProduct + L" Console";
+    const int nWidth = Scale(WindowWidth);
+    const int nHeight = Scale(WindowHeight);
+    const POINT position = StartPosition(nWidth, nHeight, Scale(CascadeStep));
+    HWND hWnd = CreateWindowExW(0, WindowClass, wstrTitle.c_str(), WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
+                                position.x, position.y, nWidth, nHeight, nullptr, nullptr, m_hInstance, this);
+    ReleaseMutex(turn.Get());
+    return hWnd != nullptr;
 }
 
 int ConsoleWindow::Run()

@@ -40,6 +40,7 @@ private:
     static LRESULT CALLBACK WindowProc(HWND hWnd, UINT uMessage, WPARAM wParam, LPARAM lParam);
 
     LRESULT Handle(UINT uMessage, WPARAM wParam, LPARAM lParam);
+    [[nodiscard]] bool CreateInPlace();
     [[nodiscard]] bool OnCreate();
     void OnDpiChanged(UINT uDpi, const RECT& rcSuggested);
     void OnPaint();

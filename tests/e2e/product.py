@@ -41,18 +41,18 @@ def _link(source: str, target: str) -> None:
 class Product:
     """Starts the agent from one tree, and reads what it logged and what it opened."""
 
-    def __init__(self, desktop: Desktop, root: Path, log_folder: Path) -> None:
+    def __init__(
+        self, desktop: Desktop, root: Path, log_folder: Path, windows_root: str | None = None
+    ) -> None:
         self.desktop = desktop
         self.root = root
+        self.windows_root = windows_root or windows_path(root)
         self.log_folder = log_folder
-
-    @property
-    def windows_root(self) -> str:
-        return windows_path(self.root)
 
     def move(self, folder: Path) -> None:
         """Puts the tree under another name."""
         self.root = self.root.rename(folder)
+        self.windows_root = windows_path(folder)
 
     # Data files
 
@@ -77,12 +77,12 @@ class Product:
 
     def start(self, arguments: str | None = None, name: str = "QxSessionAgent_M.exe") -> Process:
         """Starts the agent. `arguments` go behind the quoted path as they are; None leaves nothing there."""
-        path = windows_path(self.program(name))
+        path = f"{self.windows_root}\\{name}"
         command_line = f'"{path}"' if arguments is None else f'"{path}" {arguments}'
         return self.desktop.start(command_line, self.windows_root)
 
     def start_running(self, arguments: str | None = None, name: str = "QxSessionAgent_M.exe") -> Process:
-        """Starts the agent and waits until it stands: it waits for its end and has told the service."""
+        """Starts the agent and waits until it has come up."""
         process = self.start(arguments, name)
         self.wait_for_log("Create thread for waiting exit event...", process)
         return process
@@ -105,7 +105,9 @@ class Product:
         return self.find_frame(product_id) is None and mutex["error"] == "2"
 
     def signal_exit(self, product_id: str = "Melvio") -> None:
-        self.desktop.probe.request("setEvent", name=exit_event(product_id))
+        """Signals the exit event as soon as it is there: the agent's thread for it may still be starting."""
+        probe, name = self.desktop.probe, exit_event(product_id)
+        wait_until(lambda: probe.ask("setEvent", name=name)["error"] == "0", f"the event {name}")
 
     def wait_until_waiting(self, product_id: str = "Melvio") -> None:
         """Waits for the agent's exit event, where its log cannot tell."""
@@ -113,11 +115,12 @@ class Product:
         wait_until(lambda: probe.ask("query", kind="event", name=name)["error"] == "0", "the exit event")
 
     def console_path(self, suffix: str = "_M") -> str:
-        return windows_path(self.root / "win32" / f"QxMainConsole{suffix}.exe")
+        return f"{self.windows_root}\\win32\\QxMainConsole{suffix}.exe"
 
     def console_arguments(self, root: Path | None = None) -> list[str]:
         """What the open consoles were given behind their quoted path, sorted."""
-        start = f'"{windows_path(root or self.root)}\\win32\\QxMainConsole_M.exe" '
+        folder = windows_path(root) if root else self.windows_root
+        start = f'"{folder}\\win32\\QxMainConsole_M.exe" '
         lines = [console_command_line(console) for console in self.desktop.consoles()]
         assert all(line.startswith(start) for line in lines), lines
         return sorted(line[len(start) :] for line in lines)
