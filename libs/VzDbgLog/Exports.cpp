@@ -1,10 +1,7 @@
 #include "VzDbgLog.h"
 
-#include "Log.h"
 #include "OpenLogs.h"
-#include "Settings.h"
 
-#include <memory>
 #include <new>
 
 namespace
@@ -31,39 +28,6 @@ DWORD Guarded(Operation operation) noexcept
     }
 }
 
-// An open log keeps the library loaded, whatever its user does: its timer may be running, and lines that wait
-// in memory still reach the file when the process ends.
-void KeepLibrary()
-{
-    HMODULE self = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(&s_openLogs),
-                       &self);
-}
-
-// The caller itself still holds the library while it is in a call.
-void ReleaseLibrary()
-{
-    HMODULE self = nullptr;
-    if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                               GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                           reinterpret_cast<const wchar_t*>(&s_openLogs), &self))
-    {
-        FreeLibrary(self);
-    }
-}
-
-DWORD OpenLog(void** handle, const VzDbgConfig& config)
-{
-    auto log = std::make_shared<VzDbgLog::Log>(VzDbgLog::ReadSettings(config));
-    const DWORD error = log->Open();
-    if (error == ERROR_SUCCESS)
-    {
-        *handle = s_openLogs->Add(std::move(log));
-        KeepLibrary();
-    }
-    return error;
-}
-
 } // namespace
 
 extern "C" DWORD VzDbgInitialize(void** handle, const VzDbgConfig* config)
@@ -77,7 +41,7 @@ extern "C" DWORD VzDbgInitialize(void** handle, const VzDbgConfig* config)
     {
         return ERROR_INVALID_PARAMETER;
     }
-    return Guarded([=] { return OpenLog(handle, *config); });
+    return Guarded([=] { return s_openLogs->Open(*config, *handle); });
 }
 
 extern "C" DWORD VzDbgTrace(void* handle, const SYSTEMTIME* time, const wchar_t* line)
@@ -86,24 +50,12 @@ extern "C" DWORD VzDbgTrace(void* handle, const SYSTEMTIME* time, const wchar_t*
     {
         return ERROR_INVALID_PARAMETER;
     }
-    const std::shared_ptr<VzDbgLog::Log> log = s_openLogs->Find(handle);
-    if (!log)
-    {
-        return ERROR_INVALID_HANDLE;
-    }
-    return Guarded([&] { return log->Write(time, line); });
+    return Guarded([=] { return s_openLogs->Write(handle, time, line); });
 }
 
 extern "C" DWORD VzDbgUninitialize(void* handle)
 {
-    const std::shared_ptr<VzDbgLog::Log> log = s_openLogs->Remove(handle);
-    if (!log)
-    {
-        return ERROR_INVALID_HANDLE;
-    }
-    const DWORD error = Guarded([&] { return log->Close(); });
-    ReleaseLibrary();
-    return error;
+    return Guarded([=] { return s_openLogs->Close(handle); });
 }
 
 // At the end of the process the other threads are gone and may have left locks behind: nothing is waited for

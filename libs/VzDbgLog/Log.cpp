@@ -27,7 +27,10 @@ bool IsError(std::wstring_view line)
 
 } // namespace
 
-Log::Log(Settings given) : settings(std::move(given)), files(settings), buffer(GatherSize) {}
+Log::Log(Settings given, SlimLock& usedLock)
+    : settings(std::move(given)), lock(usedLock), files(settings), buffer(GatherSize)
+{
+}
 
 // The timer goes before what its callback works on.
 Log::~Log()
@@ -60,11 +63,6 @@ DWORD Log::Write(const SYSTEMTIME* time, const wchar_t* line)
     {
         OutputDebugStringW(line);
     }
-    const std::lock_guard<SlimLock> guard(lock);
-    if (closed)
-    {
-        return ERROR_INVALID_HANDLE;
-    }
     const DWORD error = MakeRoom(text.size() * Utf8BytesPerUnit + LineEnd.size(), time);
     if (error != ERROR_SUCCESS)
     {
@@ -85,27 +83,33 @@ DWORD Log::Write(const SYSTEMTIME* time, const wchar_t* line)
     return failure;
 }
 
-DWORD Log::Close()
+DWORD Log::Flush()
 {
-    DWORD error = ERROR_SUCCESS;
+    if (gathered == 0)
     {
-        const std::lock_guard<SlimLock> guard(lock);
-        closed = true;
-        error = Flush();
-        files.Close();
+        return ERROR_SUCCESS;
     }
-    timer.Close();
-    DeleteOldFiles();
+    const DWORD error = files.Append(buffer.data(), gathered);
+    if (error == ERROR_SUCCESS)
+    {
+        writtenTick = GetTickCount64();
+        DropBeyond(0);
+    }
     return error;
 }
 
-void Log::FlushAtExit()
+DWORD Log::Close()
 {
-    const std::unique_lock<SlimLock> guard(lock, std::try_to_lock);
-    if (guard.owns_lock() && !closed)
-    {
-        Flush();
-    }
+    const DWORD error = Flush();
+    gathered = 0;
+    files.Close();
+    return error;
+}
+
+void Log::EndTimedWork()
+{
+    timer.Close();
+    DeleteOldFiles();
 }
 
 void CALLBACK Log::OnTimer(PTP_CALLBACK_INSTANCE /*instance*/, void* context, PTP_TIMER /*timer*/)
@@ -173,21 +177,6 @@ void Log::StartTimer(DWORD milliseconds)
         timerRuns = true;
         timer.Start(milliseconds);
     }
-}
-
-DWORD Log::Flush()
-{
-    if (gathered == 0)
-    {
-        return ERROR_SUCCESS;
-    }
-    const DWORD error = files.Append(buffer.data(), gathered);
-    if (error == ERROR_SUCCESS)
-    {
-        writtenTick = GetTickCount64();
-        DropBeyond(0);
-    }
-    return error;
 }
 
 void Log::DropBeyond(std::size_t length)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LibraryHold.h"
 #include "PoolTimer.h"
 #include "RollingFile.h"
 #include "Settings.h"
@@ -12,11 +13,12 @@
 namespace VzDbgLog
 {
 
-// One open log: turns lines into UTF-8, gathers them where it may, and puts them into its files. Any thread.
+// One open log: turns lines into UTF-8, gathers them where it may, and puts them into its files. All calls
+// but EndTimedWork are made under the lock that it is given, which has to outlive it.
 class Log
 {
 public:
-    explicit Log(Settings given);
+    Log(Settings given, SlimLock& usedLock);
     ~Log();
 
     Log(const Log&) = delete;
@@ -28,11 +30,14 @@ public:
     // 0 once the line is accepted. A line that is refused is not in the file, neither whole nor in part.
     DWORD Write(const SYSTEMTIME* time, const wchar_t* line);
 
-    // Puts what was gathered into the file and lets go of it. Once; lines that still come are refused with 6.
+    // Puts what was gathered into the file. If that fails, it stays gathered.
+    DWORD Flush();
+
+    // Flushes and lets go of the file. Nothing but EndTimedWork may follow.
     DWORD Close();
 
-    // For the end of the process, when all other threads are gone: one of them may have left the lock behind.
-    void FlushAtExit();
+    // Waits for what is under way on the thread pool. Called without the lock, after Close.
+    void EndTimedWork();
 
 private:
     static void CALLBACK OnTimer(PTP_CALLBACK_INSTANCE instance, void* context, PTP_TIMER timer);
@@ -41,14 +46,14 @@ private:
     void Gather(std::wstring_view text);
     [[nodiscard]] bool MayWait(std::wstring_view text) const;
     void StartTimer(DWORD milliseconds);
-    DWORD Flush();
     void DropBeyond(std::size_t length);
     void DoTimedWork();
     void DeleteOldFiles();
 
+    const LibraryHold library;
     const Settings settings;
+    SlimLock& lock;
     PoolTimer timer;
-    SlimLock lock;
 
     // Guarded by lock.
     RollingFile files;
@@ -56,7 +61,6 @@ private:
     std::size_t gathered = 0; // bytes at the buffer's begin that are not in the file yet
     ULONGLONG writtenTick = 0;
     bool timerRuns = false;
-    bool closed = false;
     bool hasOldFiles = false; // files were closed since old ones were last deleted
 };
 

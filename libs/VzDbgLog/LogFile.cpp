@@ -76,9 +76,8 @@ DWORD LogFile::Append(const char* data, std::size_t length)
     {
         return ERROR_INVALID_HANDLE;
     }
-    OVERLAPPED position = At(size);
     DWORD written = 0;
-    const bool done = WriteFile(handle.Get(), data, static_cast<DWORD>(length), &written, &position) != FALSE;
+    const bool done = WriteFile(handle.Get(), data, static_cast<DWORD>(length), &written, nullptr) != FALSE;
     if (done && written == length)
     {
         size += length;
@@ -113,18 +112,33 @@ DWORD LogFile::Accept()
     }
     std::uint64_t end = 0;
     const DWORD error = FindLastLine(handle.Get(), size, end);
-    return error != ERROR_SUCCESS || end == size ? error : CutTo(end);
+    if (error != ERROR_SUCCESS)
+    {
+        return error;
+    }
+    return end == size ? GoTo(end) : CutTo(end);
 }
 
-DWORD LogFile::CutTo(std::uint64_t wanted)
+// The next line is written there.
+DWORD LogFile::GoTo(std::uint64_t offset)
 {
-    LARGE_INTEGER end{};
-    end.QuadPart = static_cast<LONGLONG>(wanted);
-    if (!SetFilePointerEx(handle.Get(), end, nullptr, FILE_BEGIN) || !SetEndOfFile(handle.Get()))
+    LARGE_INTEGER position{};
+    position.QuadPart = static_cast<LONGLONG>(offset);
+    return SetFilePointerEx(handle.Get(), position, nullptr, FILE_BEGIN) ? ERROR_SUCCESS : GetLastError();
+}
+
+DWORD LogFile::CutTo(std::uint64_t offset)
+{
+    const DWORD error = GoTo(offset);
+    if (error != ERROR_SUCCESS)
+    {
+        return error;
+    }
+    if (!SetEndOfFile(handle.Get()))
     {
         return GetLastError();
     }
-    size = wanted;
+    size = offset;
     return ERROR_SUCCESS;
 }
 

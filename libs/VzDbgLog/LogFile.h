@@ -33,7 +33,8 @@ public:
 
 private:
     DWORD Accept();
-    DWORD CutTo(std::uint64_t wanted);
+    DWORD GoTo(std::uint64_t offset);
+    DWORD CutTo(std::uint64_t offset);
 
     FileHandle handle;
     std::uint64_t size = 0;

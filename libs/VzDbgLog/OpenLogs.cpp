@@ -1,10 +1,9 @@
 #include "OpenLogs.h"
 
 #include "Log.h"
+#include "Settings.h"
 
-#include <algorithm>
 #include <mutex>
-#include <shared_mutex>
 #include <utility>
 
 namespace VzDbgLog
@@ -13,6 +12,8 @@ namespace VzDbgLog
 namespace
 {
 
+using Guard = std::lock_guard<SlimLock>;
+
 std::uintptr_t IdOf(void* handle)
 {
     return reinterpret_cast<std::uintptr_t>(handle);
@@ -20,51 +21,80 @@ std::uintptr_t IdOf(void* handle)
 
 } // namespace
 
-void* OpenLogs::Add(std::shared_ptr<Log> log)
+OpenLogs::OpenLogs()
 {
-    const std::lock_guard<SlimLock> guard(lock);
-    entries.push_back({lastId + 1, std::move(log)});
-    return reinterpret_cast<void*>(++lastId);
+    for (std::size_t index = 0; index < slots.size(); ++index)
+    {
+        slots[index].id = index;
+    }
 }
 
-std::shared_ptr<Log> OpenLogs::Find(void* handle) const
+OpenLogs::~OpenLogs() = default;
+
+DWORD OpenLogs::Open(const VzDbgConfig& config, void*& handle)
 {
-    const std::shared_lock<SlimLock> guard(lock);
-    for (const Entry& entry : entries)
+    for (Slot& slot : slots)
     {
-        if (entry.id == IdOf(handle))
+        const std::unique_lock<SlimLock> guard(slot.lock, std::try_to_lock);
+        if (!guard.owns_lock() || slot.log)
         {
-            return entry.log;
+            continue;
+        }
+        auto log = std::make_unique<Log>(ReadSettings(config), slot.lock);
+        const DWORD error = log->Open();
+        if (error == ERROR_SUCCESS)
+        {
+            slot.log = std::move(log);
+            slot.id += slots.size(); // the rest of its division stays the slot's index
+            handle = reinterpret_cast<void*>(slot.id);
+        }
+        return error;
+    }
+    return ERROR_TOO_MANY_OPEN_FILES;
+}
+
+DWORD OpenLogs::Write(void* handle, const SYSTEMTIME* time, const wchar_t* line)
+{
+    Slot& slot = SlotOf(handle);
+    const Guard guard(slot.lock);
+    return slot.id == IdOf(handle) && slot.log ? slot.log->Write(time, line) : ERROR_INVALID_HANDLE;
+}
+
+DWORD OpenLogs::Close(void* handle)
+{
+    Slot& slot = SlotOf(handle);
+    std::unique_ptr<Log> log;
+    DWORD error = ERROR_INVALID_HANDLE;
+    {
+        const Guard guard(slot.lock);
+        if (slot.id == IdOf(handle) && slot.log)
+        {
+            log = std::move(slot.log);
+            error = log->Close();
         }
     }
-    return nullptr;
-}
-
-std::shared_ptr<Log> OpenLogs::Remove(void* handle)
-{
-    const std::lock_guard<SlimLock> guard(lock);
-    const auto found = std::find_if(entries.begin(), entries.end(),
-                                    [handle](const Entry& entry) { return entry.id == IdOf(handle); });
-    if (found == entries.end())
+    if (log)
     {
-        return nullptr;
+        log->EndTimedWork();
     }
-    std::shared_ptr<Log> log = std::move(found->log);
-    entries.erase(found);
-    return log;
+    return error;
 }
 
 void OpenLogs::FlushAtExit()
 {
-    const std::unique_lock<SlimLock> guard(lock, std::try_to_lock);
-    if (!guard.owns_lock())
+    for (Slot& slot : slots)
     {
-        return;
+        const std::unique_lock<SlimLock> guard(slot.lock, std::try_to_lock);
+        if (guard.owns_lock() && slot.log)
+        {
+            slot.log->Flush();
+        }
     }
-    for (const Entry& entry : entries)
-    {
-        entry.log->FlushAtExit();
-    }
+}
+
+OpenLogs::Slot& OpenLogs::SlotOf(void* handle)
+{
+    return slots[IdOf(handle) % slots.size()];
 }
 
 } // namespace VzDbgLog

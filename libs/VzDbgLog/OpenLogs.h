@@ -1,10 +1,13 @@
 #pragma once
 
+#include "Limits.h"
 #include "SlimLock.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
-#include <vector>
+
+struct VzDbgConfig;
 
 namespace VzDbgLog
 {
@@ -16,32 +19,39 @@ class Log;
 class OpenLogs
 {
 public:
-    OpenLogs() = default;
+    OpenLogs();
+    ~OpenLogs();
 
     OpenLogs(const OpenLogs&) = delete;
     OpenLogs& operator=(const OpenLogs&) = delete;
 
-    void* Add(std::shared_ptr<Log> log);
+    // Begins a log and gives its handle. 0, or the Windows error: 4 if MaxOpenLogs are open.
+    DWORD Open(const VzDbgConfig& config, void*& handle);
 
-    // Null for a handle that is not open. A log that was found stays alive until its user lets go of it.
-    [[nodiscard]] std::shared_ptr<Log> Find(void* handle) const;
-    std::shared_ptr<Log> Remove(void* handle);
+    // As Log::Write; 6 for a handle that is not open.
+    DWORD Write(void* handle, const SYSTEMTIME* time, const wchar_t* line);
 
-    // As Log::FlushAtExit, for all.
+    // Ends the log. 6 for a handle that is not open, else 0 or why what was gathered could not be written.
+    DWORD Close(void* handle);
+
+    // For the end of the process, when all other threads are gone: what one of them left locked is passed
+    // over.
     void FlushAtExit();
 
 private:
-    struct Entry
+    // A place for one log at a time. Its lock is the log's.
+    struct Slot
     {
-        std::uintptr_t id;
-        std::shared_ptr<Log> log;
+        SlimLock lock;
+
+        // Guarded by lock.
+        std::uintptr_t id = 0; // of the log that is or was here
+        std::unique_ptr<Log> log;
     };
 
-    mutable SlimLock lock;
+    [[nodiscard]] Slot& SlotOf(void* handle);
 
-    // Guarded by lock.
-    std::vector<Entry> entries;
-    std::uintptr_t lastId = 0;
+    std::array<Slot, MaxOpenLogs> slots;
 };
 
 } // namespace VzDbgLog

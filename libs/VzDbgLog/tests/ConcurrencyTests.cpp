@@ -206,6 +206,23 @@ TEST_F(ConcurrencyTest, KeepsSeveralLogsOfOneProcessApart)
     EXPECT_EQ(Read(Files()[1]), "second\r\n");
 }
 
+TEST_F(ConcurrencyTest, RefusesMoreLogsThanItHasPlacesFor)
+{
+    const VzDbgConfig config = Config();
+    std::vector<std::unique_ptr<TestLog>> logs;
+    for (int count = 0; count < 64; ++count)
+    {
+        logs.push_back(std::make_unique<TestLog>(library, config));
+        EXPECT_EQ(logs.back()->Trace(L"line\r\n"), 0U);
+    }
+    void* handle = nullptr;
+    EXPECT_EQ(library.initialize(&handle, &config), DWORD{ERROR_TOO_MANY_OPEN_FILES});
+    EXPECT_EQ(handle, nullptr);
+    logs.pop_back();
+    EXPECT_EQ(TestLog(library, config).Trace(L"line\r\n"), 0U);
+    EXPECT_EQ(Files().size(), 64U);
+}
+
 TEST_F(ConcurrencyTest, LeavesNothingBehindInTheProcess)
 {
     const auto useOnce = [this]
