@@ -140,6 +140,10 @@ class Desktop:
         command = ["xdotool", "mousemove", "--sync", str(x), str(y), "click", str(button)]
         subprocess.run(command, env=self.environment, check=True, timeout=30)
 
+    def type_text(self, text: str) -> None:
+        """Types into the window that has the focus."""
+        subprocess.run(["xdotool", "type", text], env=self.environment, check=True, timeout=30)
+
     def _window(self, record: dict[str, str]) -> Window:
         return Window(
             probe=self.probe,

@@ -7,6 +7,7 @@ import pytest
 from desktop import WM_CLOSE, Desktop, console_command_line
 from product import Product
 
+WM_NULL = 0x0000
 WM_QUERYENDSESSION = 0x0011
 
 
@@ -38,6 +39,16 @@ def test_a_second_start_opens_a_second_window(desktop: Desktop, product: Product
     desktop.start(f'"{product.console_path()}" second')
     desktop.wait_for_consoles(2)
     assert product.console_arguments() == ["first", "second"]
+
+
+def test_what_it_shows_cannot_be_typed_over(desktop: Desktop, product: Product) -> None:
+    command_line = f'"{product.console_path()}" -m 100'
+    desktop.start(command_line)
+    (console,) = desktop.wait_for_consoles(1)
+    desktop.click(*console.center)
+    desktop.type_text("typed")
+    console.send(WM_NULL)
+    assert console_command_line(console) == command_line
 
 
 def test_ends_with_its_window(desktop: Desktop, product: Product) -> None:

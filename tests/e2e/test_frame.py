@@ -80,6 +80,7 @@ def test_its_objects_stay_the_same_over_repeated_use(product: Product) -> None:
     for _ in range(3):
         open_and_close_a_console()
     before = process.counts()
+    assert min(before.values()) > 0, "nothing was counted"
     for _ in range(20):
         open_and_close_a_console()
         frame.send(WM_TIMER, 4711)
@@ -130,6 +131,7 @@ def test_no_library_is_taken_from_the_current_folder(product: Product, tmp_path:
     process = product.desktop.start(f'"{program}" 2', windows_path(folder))
     product.wait_for_log("Create thread for waiting exit event...", process)
     product.desktop.wait_for_consoles(1)
+    assert f"{product.windows_root}\\VzDbgLog.dll".lower() in [path.lower() for path in process.modules()]
     product.signal_exit()
     assert process.wait() == 0
     assert traces_of_planted_libraries(folder) == []
