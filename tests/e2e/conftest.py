@@ -41,7 +41,10 @@ def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
         folder = _EVIDENCE / item.nodeid.split("/")[-1].replace("::", ".").replace("[", ".").rstrip("]")
         shutil.rmtree(folder, ignore_errors=True)
         folder.mkdir(parents=True)
-        _keep_evidence(folder, arguments["desktop"], arguments.get("product"))
+        try:
+            _keep_evidence(folder, arguments["desktop"], arguments.get("product"))
+        except Exception as problem:  # the desktop itself may be what failed
+            report.sections.append(("evidence is incomplete", repr(problem)))
         report.sections.append(("evidence", str(folder)))
 
 

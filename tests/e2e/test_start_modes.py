@@ -63,6 +63,22 @@ def test_opens_what_the_staged_configuration_says(product: Product, mode: str, c
     assert product.console_arguments() == consoles
 
 
+def test_reads_every_item_of_the_staged_configuration(product: Product) -> None:
+    process = product.start_running()
+    pushed = [line.split("Push ")[1].split(" - ")[0] for line in product.log_lines("Push ", process)]
+    assert pushed == [
+        "console to 2",
+        "consoleAfterSplash to 3",
+        "logonMonitor to 1",
+        "splash to 3",
+        "supportConsole to 7",
+        "supportGameConsole to 6",
+        "supportMonitor to 6",
+        "supportPopup to 6",
+        "supportPopup to 7",
+    ]
+
+
 def test_a_start_without_a_number_opens_nothing_and_stays(product: Product) -> None:
     process = product.start_running()
     (line,) = product.wait_for_log("Can not find the start mode ", process)
