@@ -15,8 +15,12 @@
 
 #include <windows.h>
 
+#ifdef __cplusplus
+#include <cstddef>
+#else
 #include <assert.h>
 #include <stddef.h>
+#endif
 
 #define VZ_DBG_MODULE_LENGTH 32
 #define VZ_DBG_FOLDER_LENGTH 260

@@ -191,7 +191,7 @@ bool DebugLog::IsEnabledFor(std::uint32_t level) noexcept
 bool DebugLog::Trace(const char* file, std::uint32_t line, std::uint32_t level, const wchar_t* format,
                      ...) noexcept
 {
-    va_list arguments;
+    va_list arguments{};
     va_start(arguments, format);
     const bool written = TraceV(file, line, level, format, arguments);
     va_end(arguments);

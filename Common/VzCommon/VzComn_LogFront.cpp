@@ -138,15 +138,15 @@ FunctionTrace::FunctionTrace(const wchar_t* tag, const char* sourceFile, const w
     {
         function.clear();
     }
-    Write(L"==>");
+    Write(L"], ==> ");
 }
 
 FunctionTrace::~FunctionTrace()
 {
-    Write(L"<==");
+    Write(L"], <== ");
 }
 
-void FunctionTrace::Write(const wchar_t* direction) const noexcept
+void FunctionTrace::Write(const wchar_t* arrow) const noexcept
 {
     if (s_pDebugLog == nullptr)
     {
@@ -155,7 +155,7 @@ void FunctionTrace::Write(const wchar_t* direction) const noexcept
     const LastErrorKeeper keeper;
     try
     {
-        const std::wstring text = L"[INFO],[" + classTag + L"], " + direction + L" " + function;
+        const std::wstring text = L"[INFO],[" + classTag + arrow + function;
         // Deliberate: the text is the format.
         s_pDebugLog->Trace(file.c_str(), line, LogLevel::Scope, text.c_str());
     }
@@ -172,7 +172,7 @@ void LogDetail::Trace(const LogLocation* location, const wchar_t* format, ...) n
         return;
     }
     const LastErrorKeeper keeper;
-    va_list arguments;
+    va_list arguments{};
     va_start(arguments, format);
     s_pDebugLog->TraceV(location->file, location->line, location->level, format, arguments);
     va_end(arguments);

@@ -74,7 +74,7 @@ public:
     FunctionTrace& operator=(const FunctionTrace&) = delete;
 
 private:
-    void Write(const wchar_t* direction) const noexcept;
+    void Write(const wchar_t* arrow) const noexcept;
 
     std::wstring classTag;
     std::string file;
