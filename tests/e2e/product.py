@@ -125,6 +125,10 @@ class Product:
         assert all(line.startswith(start) for line in lines), lines
         return sorted(line[len(start) :] for line in lines)
 
+    def opened_nothing(self) -> bool:
+        """No console on the screen, and none on its way there."""
+        return not self.desktop.consoles() and not self.log_lines("Show QX UI.")
+
     def end(self) -> None:
         self.desktop.end_programs("QxSessionAgent", "QxMainConsole")
 

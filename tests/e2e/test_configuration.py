@@ -39,7 +39,7 @@ def start_ends(product: Product, content: bytes) -> str:
     """The agent refuses the content: the status in its log."""
     product.configuration.write_bytes(content)
     assert product.run("2") == 0
-    assert product.desktop.consoles() == []
+    assert product.opened_nothing()
     (line,) = product.log_lines("Initialize start mode config failed with ")
     assert "!!! <QxSessionAgent> : [ERROR] " in line
     return line.split("failed with ")[1].split(" - ")[0]

@@ -33,7 +33,7 @@ def test_a_second_start_without_a_number_only_leaves(product: Product) -> None:
     product.start_running()
     assert product.run() == 0
     assert len(product.log_lines(ALREADY_RUNNING)) == 1
-    assert product.desktop.consoles() == []
+    assert product.opened_nothing()
 
 
 def test_a_second_start_needs_the_configuration(product: Product) -> None:
@@ -41,7 +41,7 @@ def test_a_second_start_needs_the_configuration(product: Product) -> None:
     product.configuration.unlink()
     assert product.run("2") == 0
     assert product.log_lines(ALREADY_RUNNING) == []
-    assert product.desktop.consoles() == []
+    assert product.opened_nothing()
     assert first.running
 
 

@@ -84,7 +84,7 @@ def test_a_start_without_a_number_opens_nothing_and_stays(product: Product) -> N
     (line,) = product.wait_for_log("Can not find the start mode ", process)
     assert " @@@ <QxSessionAgent> : [WARN] Can not find the start mode 5 - " in line
     assert process.running
-    assert product.desktop.consoles() == []
+    assert product.opened_nothing()
 
 
 def test_runs_items_in_the_order_of_their_sequence(product: Product) -> None:
@@ -160,5 +160,5 @@ def test_the_other_products_read_the_modes_and_run_none(product: Product, name: 
         assert product.log_lines("Push console to 2", process)
         product.signal_exit("Brisketta" if "_B" in name else "Oravex")
         assert process.wait() == 0
-    assert product.desktop.consoles() == []
+    assert product.opened_nothing()
     assert product.log_lines("Can not find the start mode ") == []
