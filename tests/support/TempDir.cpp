@@ -22,15 +22,17 @@ TempDir::TempDir()
     {
         throw std::runtime_error("no temporary folder");
     }
-    m_path = folder + UniqueName(L"qxtest");
-    fs::remove_all(m_path); // left behind by a test that was killed under this process id
-    fs::create_directories(m_path);
+    fs::create_directories(folder);
+    do // a test that was killed under this process id may have left its own behind
+    {
+        m_path = folder + UniqueName(L"qxtest");
+    } while (!fs::create_directory(m_path));
 }
 
 TempDir::~TempDir()
 {
     std::error_code ignored;
-    fs::remove_all(m_path, ignored);
+    fs::remove_all(L"\\\\?\\" + m_path, ignored); // paths of any length
 }
 
 std::wstring TempDir::Write(const std::wstring& name, std::string_view bytes) const
