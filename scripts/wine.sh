@@ -77,6 +77,8 @@ wine_base()
             wineserver -w
             wine_registry >"$wine_root/base.reg"
             timeout 60 wine regedit /S "$wine_root/base.reg" </dev/null >/dev/null 2>&1
+            # The glyphs of the window buttons, which Wine does not look for where the package puts them.
+            cp /usr/share/wine/fonts/marlett.ttf "$WINEPREFIX/drive_c/windows/Fonts/"
             wineserver -k || true
             wineserver -w
         ) || exit 1
@@ -119,5 +121,5 @@ wine_stop()
     wineserver -k 2>/dev/null || true
     wineserver -w 2>/dev/null || true
     [ -z "${wine_display_pid:-}" ] || kill "$wine_display_pid" 2>/dev/null || true
-    rm -rf "${WINEPREFIX:?}"
+    rm -rf "${WINEPREFIX:?}" "$WINEPREFIX.display"
 }
