@@ -12,7 +12,7 @@ function(qx_stage_program target folder)
   endforeach()
   add_custom_target(stage_${target}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${QX_STAGE}/${folder} ${commands}
-    DEPENDS ${target} VERBATIM)
+    DEPENDS ${target} COMMENT "Staging ${ARGN}" VERBATIM)
   add_dependencies(stage stage_${target})
 endfunction()
 
@@ -21,6 +21,6 @@ function(qx_stage_files target folder)
   add_custom_target(${target}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${QX_STAGE}/${folder}
     COMMAND ${CMAKE_COMMAND} -E copy_if_different ${ARGN} ${QX_STAGE}/${folder}
-    VERBATIM)
+    COMMENT "Staging ${target}" VERBATIM)
   add_dependencies(stage ${target})
 endfunction()
