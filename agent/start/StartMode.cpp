@@ -1,5 +1,9 @@
 #include "StartMode.h"
 
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
 #include "FrwkMode.h"
 #include "SplashLaunch.h"
 #include "UiLaunch.h"
@@ -7,21 +11,23 @@
 
 namespace
 {
-using StartFunction = AgentStatus (*)(const std::wstring& arguments);
-
 AgentStatus ShowSplashIgnoringArguments(const std::wstring& /*arguments*/)
 {
     return ShowSplash();
 }
 
-const std::map<std::wstring, StartFunction>& StartFunctions()
+struct StartFunction
 {
-    static const std::map<std::wstring, StartFunction> functions{
-        {L"ShowQxUi", &ShowQxUi},
-        {L"ShowSplash", &ShowSplashIgnoringArguments},
-    };
-    return functions;
-}
+    std::wstring_view name; // compared exactly
+    AgentStatus (*run)(const std::wstring& arguments);
+};
+
+// Constant, so that it stands before the entry point and is never destroyed: the start-mode thread may still
+// look something up while the process ends.
+constexpr StartFunction startFunctions[] = {
+    {L"ShowQxUi", &ShowQxUi},
+    {L"ShowSplash", &ShowSplashIgnoringArguments},
+};
 
 // Puts the item into the queue of each mode that it names, twice if it names one twice.
 void PushItem(const std::wstring& name, QxCommon::JsonDb& value, StartModeTable& table)
@@ -53,13 +59,15 @@ StartModeItem::StartModeItem(QxCommon::JsonDb& item)
 
 AgentStatus StartModeItem::Run() const
 {
-    const auto row = StartFunctions().find(startFunc);
-    if (row == StartFunctions().end() || row->second == nullptr)
+    const auto* const row =
+        std::find_if(std::begin(startFunctions), std::end(startFunctions),
+                     [this](const StartFunction& candidate) { return candidate.name == startFunc; });
+    if (row == std::end(startFunctions))
     {
         LOG_ERROR << L"Can't find the start function: " << startFunc;
         return Status::NotFound;
     }
-    return row->second(startArgs);
+    return row->run(startArgs);
 }
 
 AgentStatus BuildStartModeTable(QxCommon::JsonDb& config, StartModeTable& table)
