@@ -1,14 +1,12 @@
 #include "ExitWait.h"
 
-#include <afxwin.h>
-
+#include "MainWindow.h"
 #include "ObjectNames.h"
 #include "VzComn_LogFront.h"
 
 unsigned __stdcall ExitWaitThread(void* argument)
 {
-    const auto* app = static_cast<const CWinApp*>(argument);
-    const HWND mainWindow = app->m_pMainWnd == nullptr ? nullptr : app->m_pMainWnd->GetSafeHwnd();
+    const HWND mainWindow = MainWindowOf(*static_cast<const CWinApp*>(argument));
     VzCommon::Synchronize::Event event;
     if (!CreateExitEvent(event))
     {

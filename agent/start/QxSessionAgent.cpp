@@ -8,6 +8,7 @@
 
 #include "LibrarySearch.h"
 #include "MainFrm.h"
+#include "MainWindow.h"
 #include "ObjectNames.h"
 #include "resource.h"
 
@@ -68,14 +69,13 @@ bool CQxSessionAgentApp::CreateMainFrame()
     // Deliberate: the result does not count. A frame that fails to come up deletes itself, clears
     // m_pMainWnd and ends the message loop, so it must not be touched from here on.
     frame->LoadFrame(IDR_MAINFRAME, style, nullptr, nullptr);
-    const HWND window = m_pMainWnd == nullptr ? nullptr : m_pMainWnd->GetSafeHwnd();
-    SetPropW(window, ObjectNames::FrameProperty().c_str(), LongToHandle(markerValue));
+    SetPropW(MainWindowOf(*this), ObjectNames::FrameProperty().c_str(), LongToHandle(markerValue));
     return true;
 }
 
 int CQxSessionAgentApp::ExitInstance()
 {
-    m_startHelper.Uninit(m_pMainWnd == nullptr ? nullptr : m_pMainWnd->GetSafeHwnd());
+    m_startHelper.Uninit(MainWindowOf(*this));
     AfxOleTerm(FALSE);
     return CWinApp::ExitInstance();
 }

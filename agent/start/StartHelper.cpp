@@ -5,11 +5,10 @@
 #include <cwchar>
 #include <iterator>
 
-#include <afxwin.h>
-
 #include "AgentIds.h"
 #include "ExitWait.h"
 #include "MailHelper.h"
+#include "MainWindow.h"
 #include "ObjectNames.h"
 #include "QxCommon_JsonDb.h"
 #include "QxCommon_utility.h"
@@ -22,11 +21,6 @@
 
 namespace
 {
-HWND MainWindowOf(const CWinApp* app)
-{
-    return app->m_pMainWnd == nullptr ? nullptr : app->m_pMainWnd->GetSafeHwnd();
-}
-
 unsigned __stdcall StartModeThread(void* argument)
 {
     auto* helper = static_cast<CStartHelper*>(argument);
@@ -153,7 +147,7 @@ AgentStatus CStartHelper::Init(CWinApp* app)
     }
     LOG_INFO << L"Create thread for waiting exit event...";
     StartThread(&ExitWaitThread, app);
-    SubscribeToSystem(MainWindowOf(app));
+    SubscribeToSystem(MainWindowOf(*app));
     if (Status::Failed(SendEventToEventCenter(EventId::StartFinished)))
     {
         LOG_ERROR << L"Send event failed...EventId=" << EventId::StartFinished;
