@@ -44,12 +44,12 @@ void CMainFrame::RunMenuCommand(UINT id)
         OnStartMain();
         return;
     }
-    const MenuNode* node = FindMenuNode(CProfileParser::Instance().m_pMenuRoot.get(), id);
-    if (node == nullptr)
+    const std::optional<UINT> function = FindMenuFunction(CProfileParser::Instance().m_pMenuRoot.get(), id);
+    if (!function)
     {
         return;
     }
-    const auto row = m_mapCommands.find(node->functionId);
+    const auto row = m_mapCommands.find(*function);
     if (row != m_mapCommands.end())
     {
         (this->*row->second)();

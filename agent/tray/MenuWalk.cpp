@@ -6,6 +6,9 @@
 
 #include "ProfileParser.h"
 
+namespace
+{
+// The depth of the tree costs no stack.
 const MenuNode* FindMenuNode(const MenuNode* first, UINT id)
 {
     std::vector<const MenuNode*> pending{first};
@@ -25,6 +28,13 @@ const MenuNode* FindMenuNode(const MenuNode* first, UINT id)
         pending.push_back(node->child.get());
     }
     return nullptr;
+}
+} // namespace
+
+std::optional<UINT> FindMenuFunction(const MenuNode* first, UINT id)
+{
+    const MenuNode* node = FindMenuNode(first, id);
+    return node == nullptr ? std::nullopt : std::optional(node->functionId);
 }
 
 void UpdateCommandUi(CCmdUI& record, const MenuNode* first, UINT id)

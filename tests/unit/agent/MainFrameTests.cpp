@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <optional>
-
 #include "AgentIds.h"
 #include "FakeProduct.h"
 #include "ImportPatch.h"
@@ -275,10 +273,11 @@ TEST(MenuWalkTest, LooksAtANodeThenItsSubtreeThenItsSiblings)
     root.child = std::make_unique<MenuNode>();
     root.child->id = 7;
     root.child->functionId = 1;
-    EXPECT_EQ(FindMenuNode(&root, 1), &root);
-    EXPECT_EQ(FindMenuNode(&root, 7)->functionId, 1U);
-    EXPECT_EQ(FindMenuNode(&root, 8), nullptr);
-    EXPECT_EQ(FindMenuNode(nullptr, 1), nullptr);
+    root.functionId = 9;
+    EXPECT_EQ(FindMenuFunction(&root, 1), 9U);
+    EXPECT_EQ(FindMenuFunction(&root, 7), 1U);
+    EXPECT_EQ(FindMenuFunction(&root, 8), std::nullopt);
+    EXPECT_EQ(FindMenuFunction(nullptr, 1), std::nullopt);
 }
 
 // A console's window: carries the marker of the product and says when it was closed.
