@@ -17,12 +17,6 @@ namespace
 // The start-mode thread calls as well.
 std::mutex g_lock;
 
-void Record(const std::string& call)
-{
-    const std::lock_guard guard(g_lock);
-    TheNeighbours().calls.push_back(call);
-}
-
 std::string Narrow(const std::wstring& text)
 {
     return {text.begin(), text.end()};
@@ -33,6 +27,12 @@ Neighbours& TheNeighbours()
 {
     static Neighbours neighbours;
     return neighbours;
+}
+
+void Record(const std::string& call)
+{
+    const std::lock_guard guard(g_lock);
+    TheNeighbours().calls.push_back(call);
 }
 
 std::vector<std::string> CallsBut(const std::string& word)
@@ -93,6 +93,7 @@ bool SendMailForGetResult()
 
 AgentStatus ShowQxUi(const std::wstring& arguments)
 {
+    TheNeighbours().consoleThread = GetCurrentThreadId();
     Record("console <" + Narrow(arguments) + ">");
     return TheNeighbours().console;
 }

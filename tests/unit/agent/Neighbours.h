@@ -15,6 +15,7 @@ struct Neighbours
     AgentStatus unregisterRpc = Status::Success;
     AgentStatus sendEvent = Status::Success;
     AgentStatus console = Status::Success;
+    unsigned long consoleThread = 0; // which opened it
     AgentStatus stopService = Status::Success;
     AgentStatus initPower = Status::Success;
     AgentStatus handlePower = Status::Success;
@@ -26,6 +27,9 @@ struct Neighbours
 
 // The one of this test process.
 [[nodiscard]] Neighbours& TheNeighbours();
+
+// Adds a call to the record. Any thread.
+void Record(const std::string& call);
 
 // The calls but for those that begin with the word.
 [[nodiscard]] std::vector<std::string> CallsBut(const std::string& word);

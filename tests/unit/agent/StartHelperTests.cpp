@@ -1,17 +1,18 @@
 #include "StartHelper.h"
 
 #include <gmock/gmock.h>
+#include <process.h>
 #include <shellapi.h>
 
 #include <optional>
 
 #include <afxwin.h>
 
+#include "AgentIds.h"
 #include "AgentLog.h"
 #include "ExitWait.h"
 #include "FakeProduct.h"
 #include "ImportPatch.h"
-#include "MainFrm.h"
 #include "Neighbours.h"
 #include "TempDir.h"
 #include "TempRegistry.h"
@@ -87,6 +88,15 @@ struct ModeCase
     const wchar_t* mode;
 };
 
+// Names the test: what is not plain text shows as "?".
+void PrintTo(const ModeCase& row, std::ostream* stream)
+{
+    for (const wchar_t character : std::wstring(row.arguments) + L" is " + row.mode)
+    {
+        *stream << (character < 0x7F && character != L'"' ? static_cast<char>(character) : '?');
+    }
+}
+
 class StartModeArgumentTest : public StartHelperTest, public ::testing::WithParamInterface<ModeCase>
 {
 };
@@ -154,7 +164,6 @@ TEST_F(StartHelperTest, LetsASecondInstanceRunItsStartFunctionsAndLeave)
 TEST_F(StartHelperTest, TakesASquattedNameForAnotherInstance)
 {
     SetCommandLine(L"2");
-    Event squatter;
     // The session's name, held by another kind of object.
     const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, L"Local\\Melvio_QxSessionAgent");
     ASSERT_NE(event, nullptr);
@@ -236,10 +245,98 @@ TEST_F(StartedHelperTest, AnnouncesItselfAndTellsTheStateOfTheNetwork)
     EXPECT_THAT(log.Texts(), Contains(L": [INFO] SendMessage to exit QxSessionAgent..."));
 }
 
-TEST_F(StartedHelperTest, SendsEventZeroFirstInModeOneAlone)
+// The frame's place, taken by a plain window.
+class FramedHelperTest : public StartedHelperTest
+{
+protected:
+    FramedHelperTest()
+    {
+        window.CreateEx(0, AfxRegisterWndClass(0), L"frame", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr);
+        app.m_pMainWnd = &window;
+    }
+
+    ~FramedHelperTest() override { window.DestroyWindow(); }
+
+    std::optional<MSG> NextPosted(UINT first, UINT last)
+    {
+        MSG message{};
+        const BOOL found = PeekMessageW(&message, window.m_hWnd, first, last, PM_REMOVE);
+        return found ? std::optional(message) : std::nullopt;
+    }
+
+    CWnd window;
+};
+
+TEST_F(FramedHelperTest, TellsTheFrameOfTheNetworkThatStands)
+{
+    TheNeighbours().networkFlags = 2;
+    Start(L"9");
+    EXPECT_THAT(TheNeighbours().calls, Contains("sens"));
+    const auto message = NextPosted(0x0430, 0x0432);
+    ASSERT_TRUE(message);
+    EXPECT_EQ(message->message, 0x0430U);
+    EXPECT_EQ(message->wParam, 2U);
+    EXPECT_EQ(message->lParam, 0);
+    EXPECT_FALSE(NextPosted(0x0430, 0x0432)) << "once";
+}
+
+TEST_F(FramedHelperTest, TellsTheFrameOfTheNetworkThatIsDown)
+{
+    TheNeighbours().networkAlive = false;
+    TheNeighbours().networkFlags = 0;
+    Start(L"9");
+    const auto message = NextPosted(0x0430, 0x0432);
+    ASSERT_TRUE(message);
+    EXPECT_EQ(message->message, 0x0432U);
+    EXPECT_EQ(message->wParam, 0U);
+}
+
+TEST_F(FramedHelperTest, ClosesTheFrameOnceWhenTheExitEventIsSignalled)
+{
+    Start(L"9");
+    EXPECT_TRUE(TestSupport::WaitUntil([this] { return NextPosted(WM_CLOSE, WM_CLOSE).has_value(); }));
+    EXPECT_FALSE(NextPosted(WM_CLOSE, WM_CLOSE));
+}
+
+TEST_F(FramedHelperTest, EndsTheTimerOfTheActiveWindowAlone)
+{
+    Start(L"9");
+    window.SetTimer(FrameTimer::ActiveWindow, 60000, nullptr);
+    window.SetTimer(FrameTimer::InputInfo, 60000, nullptr);
+    helper.Uninit(window.m_hWnd);
+    EXPECT_FALSE(window.KillTimer(FrameTimer::ActiveWindow));
+    EXPECT_TRUE(window.KillTimer(FrameTimer::InputInfo));
+}
+
+decltype(&_beginthreadex) g_beginThread = nullptr;
+
+std::uintptr_t __cdecl RecordThread(void* security, unsigned stack, unsigned(__stdcall* start)(void*),
+                                    void* argument, unsigned flags, unsigned* id)
+{
+    Record("thread");
+    return g_beginThread(security, stack, start, argument, flags, id);
+}
+
+class ThreadOrderTest : public StartedHelperTest
+{
+protected:
+    ThreadOrderTest() { g_beginThread = threads.Original<decltype(_beginthreadex)>(); }
+
+    TestSupport::ImportPatch threads{nullptr, "_beginthreadex", &RecordThread};
+};
+
+TEST_F(ThreadOrderTest, SendsEventZeroBeforeAnyThreadInModeOne)
 {
     Start(L"0x1");
-    EXPECT_EQ(TheNeighbours().calls.front(), "event 0");
+    EXPECT_THAT(TheNeighbours().calls, ElementsAre("event 0", "thread", "thread", "sens for no window",
+                                                   "network, flags 0", "event 18"));
+}
+
+TEST_F(ThreadOrderTest, SendsNoEventZeroInAnotherMode)
+{
+    Start(L"3");
+    EXPECT_THAT(TheNeighbours().calls,
+                ElementsAre("thread", "thread", "sens for no window", "network, flags 0", "event 18"));
 }
 
 TEST_F(StartedHelperTest, RunsTheStartFunctionsOnAThreadOfTheirOwn)
@@ -248,10 +345,10 @@ TEST_F(StartedHelperTest, RunsTheStartFunctionsOnAThreadOfTheirOwn)
     EXPECT_TRUE(TestSupport::WaitUntil(
         []
         {
-            return !CallsBut("event").empty() &&
-                   CallsBut("sens").end() !=
-                       std::find(CallsBut("sens").begin(), CallsBut("sens").end(), "console <hello>");
+            const auto calls = CallsBut("event");
+            return std::find(calls.begin(), calls.end(), "console <hello>") != calls.end();
         }));
+    EXPECT_NE(TheNeighbours().consoleThread, GetCurrentThreadId());
 }
 
 TEST_F(StartedHelperTest, RunsOnAfterFailuresOfTheSystemAndTheService)
