@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstring>
+
 #include "FakeProduct.h"
 #include "ImportPatch.h"
 #include "LogCapture.h"
@@ -42,6 +44,23 @@ BOOL WINAPI FakeCreateProcessW(LPCWSTR application, LPWSTR commandLine, LPSECURI
     information->hProcess = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     information->hThread = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     return TRUE;
+}
+
+decltype(&GetProcAddress) g_getProcAddress = nullptr;
+
+void WINAPI Fake32BitSystem(SYSTEM_INFO* info)
+{
+    *info = {};
+    info->wProcessorArchitecture = PROCESSOR_ARCHITECTURE_INTEL;
+}
+
+FARPROC WINAPI FakeGetProcAddress(HMODULE module, LPCSTR name)
+{
+    if (std::strcmp(name, "GetNativeSystemInfo") == 0)
+    {
+        return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&Fake32BitSystem));
+    }
+    return g_getProcAddress(module, name);
 }
 
 class UiLaunchTest : public ::testing::Test
@@ -90,6 +109,16 @@ TEST_F(UiLaunchTest, AddsNoSecondBackslash)
                        KEY_WOW64_64KEY);
     ShowQxUi(L"a");
     EXPECT_EQ(g_started.commandLine, L"\"D:\\Qx\\win32\\QxMainConsole_M.exe\" a");
+}
+
+// There the programs lie in the registered path itself, as it stands.
+TEST_F(UiLaunchTest, AddsNoSecondBackslashOnA32BitSystem)
+{
+    const TestSupport::ImportPatch address(nullptr, "GetProcAddress", &FakeGetProcAddress);
+    g_getProcAddress = address.Original<decltype(GetProcAddress)>();
+    registry.SetString(HKEY_LOCAL_MACHINE, L"SOFTWARE\\NorvaneSoft\\Melvio", L"ProductPath", L"D:\\Qx\\");
+    ShowQxUi(L"a");
+    EXPECT_EQ(g_started.commandLine, L"\"D:\\Qx\\QxMainConsole_M.exe\" a");
 }
 
 TEST_F(UiLaunchTest, TurnsTheSystemsErrorIntoAStatusAndOneLine)
