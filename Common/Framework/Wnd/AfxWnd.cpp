@@ -35,6 +35,10 @@ LPCTSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor, HBRUSH hbrBackgro
 CWnd::~CWnd()
 {
     CWnd::DestroyWindow();
+    if (m_hWnd != nullptr)
+    {
+        Detach(); // the system refused: the window's messages must not come here any more
+    }
     LeaveThread();
 }
 

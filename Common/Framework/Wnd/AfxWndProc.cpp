@@ -79,6 +79,10 @@ BOOL CWnd::OnWndMsg(UINT message, WPARAM wParam, LPARAM lParam, LRESULT* pResult
         *pResult = OnCommand(wParam, lParam);
         return *pResult != 0;
     }
+    if (message == WM_CTLCOLOR)
+    {
+        return FALSE; // a mark in the maps; only somebody else's program sends it as a message
+    }
     // Anybody can send a colour message without a context; no handler expects one.
     const bool bCtlColor = message >= WM_CTLCOLORMSGBOX && message <= WM_CTLCOLORSTATIC && wParam != 0;
     const auto* const pEntry = AfxFindMessageEntry(GetMessageMap(), bCtlColor ? WM_CTLCOLOR : message);

@@ -257,6 +257,13 @@ TEST_F(MessageMapTest, LeavesAColourMessageWithoutContextToTheSystem)
     EXPECT_TRUE(m_probe.m_calls.empty());
 }
 
+TEST_F(MessageMapTest, DoesNotTakeTheMapsMarkForAColourMessage)
+{
+    m_probe.SendMessage(WM_CTLCOLOR, 0, 0);
+    m_probe.SendMessage(WM_CTLCOLOR, 1, 1);
+    EXPECT_TRUE(m_probe.m_calls.empty());
+}
+
 TEST_F(MessageMapTest, DispatchesTheOpeningOfAMenu)
 {
     CMenu menu;

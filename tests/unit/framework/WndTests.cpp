@@ -1,9 +1,11 @@
+#include "ImportPatch.h"
 #include "ObjectCounts.h"
 #include "TestFrame.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 #include <set>
 #include <string>
 #include <thread>
@@ -182,6 +184,21 @@ TEST(WndTest, DestroysTheWindowOfADyingObject)
     }
     EXPECT_FALSE(IsWindow(handle));
     EXPECT_EQ(CWnd::FromHandlePermanent(handle), nullptr);
+}
+
+TEST(WndTest, LeavesAWindowAloneThatTheSystemDoesNotDestroy)
+{
+    auto recorder = std::make_unique<CRecorder>();
+    ASSERT_TRUE(recorder->Make());
+    const HWND handle = recorder->m_hWnd;
+    {
+        const TestSupport::ImportPatch patch(
+            nullptr, "DestroyWindow", +[](HWND) WINAPI { return FALSE; });
+        recorder.reset();
+    }
+    EXPECT_EQ(CWnd::FromHandlePermanent(handle), nullptr);
+    EXPECT_EQ(::SendMessageW(handle, WM_PROBE, 0, 0), 0);
+    EXPECT_TRUE(::DestroyWindow(handle));
 }
 
 TEST(WndTest, KeepsSeveralWindowsApart)
