@@ -32,9 +32,17 @@ public:
     const std::string sourceFile;
 };
 
+// A new exception. The code comes as a finished value, so a GetLastError there is read before any allocation.
+template <typename Exception, typename... Details>
+[[nodiscard]] Exception* Make(std::uint32_t code, std::uint32_t line, const char* file,
+                              const Details&... details)
+{
+    return new Exception(code, line, file, details...);
+}
+
 } // namespace VzCommon::Exception
 
 // Throws a new exception of the given class with this place as its line and file. Arguments behind the code
 // go to the class's constructor behind the base's three.
 #define VZ_THROW(ExceptionClass, code, ...)                                                                  \
-    throw new ExceptionClass((code), __LINE__, __FILE__ __VA_OPT__(, ) __VA_ARGS__)
+    throw VzCommon::Exception::Make<ExceptionClass>((code), __LINE__, __FILE__ __VA_OPT__(, ) __VA_ARGS__)

@@ -85,7 +85,7 @@ bool FormatV(std::wstring& text, const wchar_t* format, va_list arguments)
     va_copy(round, arguments);
     errno = 0;
     const int length = _vsnwprintf_s(text.data(), text.size(), _TRUNCATE, format, round);
-    const bool refused = errno == EINVAL;
+    const bool refused = errno != 0; // a text that only does not fit leaves it alone
     va_end(round);
 
     if (length >= 0)

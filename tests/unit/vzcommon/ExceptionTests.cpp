@@ -22,6 +22,21 @@ public:
     static inline int destroyed = 0;
 };
 
+// Its memory costs the last error.
+class Clobbering : public VzCommon::Exception::Base
+{
+public:
+    using Base::Base;
+
+    static void* operator new(size_t size)
+    {
+        SetLastError(0);
+        return ::operator new(size);
+    }
+
+    static void operator delete(void* memory) { ::operator delete(memory); }
+};
+
 } // namespace
 
 TEST(ExceptionTest, CarriesItsCodeAndThePlaceOfTheThrow)
@@ -32,6 +47,14 @@ TEST(ExceptionTest, CarriesItsCodeAndThePlaceOfTheThrow)
     EXPECT_EQ(thrown->code, 13U);
     EXPECT_EQ(thrown->line, throwLine);
     EXPECT_NE(thrown->sourceFile.find("ExceptionTests.cpp"), std::string::npos);
+}
+
+TEST(ExceptionTest, CarriesTheErrorFromBeforeItsOwnAllocation)
+{
+    SetLastError(5);
+    const auto thrown = Thrown<VzCommon::Exception::Base>([] { VZ_THROW(Clobbering, GetLastError()); });
+    ASSERT_NE(thrown, nullptr);
+    EXPECT_EQ(thrown->code, 5U);
 }
 
 TEST(ExceptionTest, IsDeletedThroughItsBase)

@@ -205,6 +205,16 @@ TEST_F(EventTest, PassesItsArgumentsOn)
     EXPECT_EQ(g_created.firstMask, 0x1F0003U);
 }
 
+TEST_F(EventTest, PutsTheSharedPrefixBeforeANameOfTheSession)
+{
+    const ImportPatch patch(nullptr, "CreateEventW", &RecordEvent);
+    EXPECT_FALSE(event.CreateMultipleGlobal(L"Local\\x", &error));
+    EXPECT_EQ(g_created.name, L"Global\\Local\\x");
+    EXPECT_TRUE(g_created.manualResetOrOwner);
+    EXPECT_FALSE(g_created.initialState);
+    EXPECT_EQ(g_created.firstMask, 0x1F0003U);
+}
+
 TEST_F(EventTest, ResetsItselfWhenMadeSo)
 {
     ASSERT_TRUE(event.CreateGlobal(name, false, false, true, nullptr));

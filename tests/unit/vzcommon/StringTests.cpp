@@ -41,6 +41,13 @@ int WINAPI ShrinkingConversion(UINT /*codePage*/, DWORD /*flags*/, const char* /
     return target == nullptr ? 2 : 1;
 }
 
+int __cdecl FailToConvert(wchar_t* /*text*/, size_t /*room*/, size_t /*count*/, const wchar_t* /*format*/,
+                          va_list /*arguments*/)
+{
+    errno = EILSEQ;
+    return -1;
+}
+
 // Counts the rounds that a text needs, the way callers with a va_list loop.
 int RoundsOf(std::wstring& text, const wchar_t* format, ...)
 {
@@ -131,6 +138,15 @@ TEST(StringFormatTest, RefusesABadConversionBehindALongText)
 {
     const std::wstring format = std::wstring(5000, L'x') + L"%";
     EXPECT_NE(Thrown<String::Exception>([&] { static_cast<void>(String::Format(format.c_str())); }), nullptr);
+}
+
+TEST(StringFormatTest, RefusesWhatTheLibraryCannotConvert)
+{
+    const TestSupport::ImportPatch patch(nullptr, "_vsnwprintf_s", &FailToConvert);
+    const MemoryLimit limit(50000); // where doubling without end would end
+    const auto thrown = Thrown<String::Exception>([] { static_cast<void>(String::Format(L"%S", "x")); });
+    ASSERT_NE(thrown, nullptr);
+    EXPECT_EQ(thrown->code, 160U);
 }
 
 TEST(StringFormatTest, ReportsThatThereIsNoRoom)
