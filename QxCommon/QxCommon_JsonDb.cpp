@@ -1,6 +1,7 @@
 #define LOG_CLASS_TAG L"QxCommon"
 #include "QxCommon_JsonDb.h"
 
+#include "QxCommon_JsonBounds.h"
 #include "QxCommon_JsonFile.h"
 #include "QxCommon_JsonNumber.h"
 #include "QxCommon_JsonText.h"
@@ -66,8 +67,9 @@ bool ParseInto(Json::Value& node, const std::string& text)
 {
     try
     {
+        const JsonBounds::Bounds bounds = JsonBounds::Of(text);
         Json::Reader reader(Json::Features::all());
-        return reader.parse(text.data(), text.data() + text.size(), node);
+        return reader.parse(text.data(), text.data() + bounds.length, node, bounds.keepsComments);
     }
     catch (const Json::Exception&) // nested too deeply
     {

@@ -53,8 +53,10 @@ public:
 
     // Replaces the node by the JSON text. Returns LastError: 87 if the text does not parse, and then the node
     // holds what was read before the error.
+    // Comments stay with their values, unless there are thousands in one long line.
     std::uint32_t ParseFromString(const std::wstring& text);
 
+    // These throw std::bad_alloc if there is no memory for the handle.
     JsonDb& operator[](const wchar_t* name);
     JsonDb& operator[](const std::wstring& name);
     JsonDb& operator[](std::int32_t index);
@@ -76,7 +78,7 @@ public:
     [[nodiscard]] bool IsArray() const;
 
     // 0 if the value is no number of the type. A string is read in base 10 as far as it is a number; one
-    // that is out of range throws std::out_of_range, the one exception of this class.
+    // that is out of range throws std::out_of_range, the one exception of this class that data can cause.
     [[nodiscard]] std::int32_t AsInt() const;
     [[nodiscard]] std::uint32_t AsUInt() const;
     [[nodiscard]] std::uint64_t AsUInt64() const;
