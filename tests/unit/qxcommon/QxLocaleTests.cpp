@@ -47,6 +47,8 @@ void ForgetAnswer()
 class QxLocaleTest : public testing::Test
 {
 protected:
+    QxLocaleTest() { language = 1033; }
+
     ~QxLocaleTest() override { ForgetAnswer(); }
 
     void Write(std::string_view bytes) { m_path = m_folder.Write(L"Configuration\\localeInfo.json", bytes); }
