@@ -2,6 +2,6 @@
 #pragma once
 
 #define IDP_OLE_INIT_FAILED 100 // text of the start's one message box
-#define IDR_MAINFRAME 128       // the frame's string and icon, the idle icon of the tray
+#define IDR_MAINFRAME 128       // the frame's string, icon and menu, the idle icon of the tray
 #define IDR_TRAY 314            // the tray's id and its menu, whose one entry is a place holder
 #define ID_TRAY_PLACE_HOLDER 32789

@@ -60,7 +60,7 @@ bool CQxSessionAgentApp::CreateMainFrame()
 {
     constexpr DWORD style = 0x00CF8000; // WS_OVERLAPPEDWINDOW and FWS_ADDTOTITLE
     constexpr long markerValue = 1;
-    auto* frame = new (std::nothrow) CMainFrame;
+    auto* frame = ::new (std::nothrow) CMainFrame;
     if (frame == nullptr)
     {
         return false;

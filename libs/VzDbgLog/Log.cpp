@@ -54,11 +54,8 @@ DWORD Log::Open()
 
 DWORD Log::Write(const SYSTEMTIME* time, const wchar_t* line)
 {
-    const std::wstring_view text(line, wcsnlen(line, MaxLineUnits + 1));
-    if (text.size() > MaxLineUnits)
-    {
-        return ERROR_BUFFER_OVERFLOW;
-    }
+    // The begin of a line that is too long tells more than no line would.
+    const std::wstring_view text(line, wcsnlen(line, MaxLineUnits));
     if (settings.debugger)
     {
         OutputDebugStringW(line);

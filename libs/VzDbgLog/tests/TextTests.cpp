@@ -77,12 +77,14 @@ TEST_F(TextTest, MayBeLong)
     EXPECT_EQ(text.substr(7 + 300'000 - 3, 9), "\xE2\x82\xAC\r\nmmmm");
 }
 
-TEST_F(TextTest, IsRefusedBeyondTheLongestLine)
+TEST_F(TextTest, IsCutAtTheLongestLine)
 {
     const TestLog log(library, Config());
-    EXPECT_EQ(log.Trace(std::wstring(longestLine + 1, L'm')), DWORD{ERROR_BUFFER_OVERFLOW});
+    EXPECT_EQ(log.Trace(std::wstring(longestLine, L'm') + L"beyond\r\n"), 0U);
     EXPECT_EQ(log.Trace(L"next\r\n"), 0U);
-    EXPECT_EQ(AllText(), "next\r\n");
+    const std::string text = AllText();
+    ASSERT_EQ(text.size(), longestLine + 2 + 6);
+    EXPECT_EQ(text.substr(longestLine - 1), "m\r\nnext\r\n");
 }
 
 TEST_F(TextTest, IsRefusedWithoutAnOpenLog)
