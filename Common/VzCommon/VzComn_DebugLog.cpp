@@ -67,9 +67,10 @@ std::wstring FormatMessageText(const wchar_t* format, va_list arguments)
 
 std::wstring LineBegin(const SYSTEMTIME& time, std::uint32_t level, const std::wstring& moduleName)
 {
-    return String::Format(L"%02d/%02d/%04d %02d:%02d:%02d.%03d", time.wDay, time.wMonth, time.wYear,
-                          time.wHour, time.wMinute, time.wSecond, time.wMilliseconds) +
-           String::Format(L" %04x:%04x %3s <%s> ", GetCurrentProcessId(), GetCurrentThreadId(), TagOf(level),
+    return String::Format(L"%02d/%02d/%04d %02d:%02d:%02d.%03d"
+                          L" %04x:%04x %3s <%s> ",
+                          time.wDay, time.wMonth, time.wYear, time.wHour, time.wMinute, time.wSecond,
+                          time.wMilliseconds, GetCurrentProcessId(), GetCurrentThreadId(), TagOf(level),
                           moduleName.c_str());
 }
 

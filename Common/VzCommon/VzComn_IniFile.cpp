@@ -115,7 +115,6 @@ bool IniFile::Flush()
     {
         VZ_THROW(Exception, ERROR_INVALID_HANDLE);
     }
-    SetLastError(ERROR_SUCCESS);
     if (!WritePrivateProfileStringW(nullptr, nullptr, nullptr, path.c_str()))
     {
         VZ_THROW(Exception, GetLastError());

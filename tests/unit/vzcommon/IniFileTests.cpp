@@ -112,8 +112,14 @@ TEST_F(IniFileTest, DoesNotReadInTheVariantsThatDoNotThrow)
     std::uint32_t error = 99;
     std::vector<std::uint8_t> bytes;
     EXPECT_EQ(store.GetDwordNoThrow(L"Number", 5, &error), 5U);
+    EXPECT_EQ(error, 0U);
+    error = 99;
     EXPECT_EQ(store.GetStringNoThrow(L"Text", L"default", &error), L"default");
+    EXPECT_EQ(error, 0U);
+    error = 99;
     EXPECT_EQ(store.GetQwordNoThrow(L"Number", 5, &error), 0U);
+    EXPECT_EQ(error, 0U);
+    error = 99;
     EXPECT_EQ(store.GetBinaryNoThrow(L"Text", bytes, &error), 0U);
     EXPECT_EQ(error, 0U);
     EXPECT_EQ(store.GetDwordNoThrow(L"Number", 5, nullptr), 5U);

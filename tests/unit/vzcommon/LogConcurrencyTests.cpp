@@ -48,6 +48,8 @@ std::wstring TextOf(int thread, int number)
 TEST(LogConcurrency, LinesOfManyThreadsAreNeitherTornNorLostNorMixed)
 {
     LogCapture log;
+    // Others get their chance to come in.
+    log.Writer().duringTrace = [](const wchar_t*) { SwitchToThread(); };
     RunOnThreads(
         [](int thread)
         {
@@ -64,6 +66,8 @@ TEST(LogConcurrency, LinesOfManyThreadsAreNeitherTornNorLostNorMixed)
                 }
             }
         });
+
+    log.Writer().duringTrace = nullptr;
 
     // Each thread's lines come whole and in the order in which it wrote them.
     std::map<wchar_t, int> next;

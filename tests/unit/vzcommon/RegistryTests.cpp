@@ -95,17 +95,20 @@ TEST_F(RegistryTest, StoresValuesInTheirRegistryTypes)
     store.SetQword(L"Long", 1);
     store.SetString(L"Text", L"ab");
     store.SetBinary(L"Bytes", {1, 2, 3});
-    const auto typeAndSize = [](const wchar_t* name)
+    HKEY key = nullptr;
+    ASSERT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, subkey, 0, KEY_QUERY_VALUE, &key), ERROR_SUCCESS);
+    const auto typeAndSize = [key](const wchar_t* name)
     {
         DWORD type = 0;
         DWORD size = 0;
-        RegGetValueW(HKEY_LOCAL_MACHINE, subkey, name, RRF_RT_ANY | RRF_NOEXPAND, &type, nullptr, &size);
+        RegQueryValueExW(key, name, nullptr, &type, nullptr, &size);
         return std::pair(type, size);
     };
     EXPECT_EQ(typeAndSize(L"Number"), std::pair(DWORD{4}, DWORD{4}));
     EXPECT_EQ(typeAndSize(L"Long"), std::pair(DWORD{11}, DWORD{8}));
     EXPECT_EQ(typeAndSize(L"Text"), std::pair(DWORD{1}, DWORD{6})) << "with its terminator";
     EXPECT_EQ(typeAndSize(L"Bytes"), std::pair(DWORD{3}, DWORD{3}));
+    RegCloseKey(key);
 }
 
 TEST_F(RegistryTest, ReadsTheUnnamedValue)
@@ -269,15 +272,6 @@ TEST_F(RegistryTest, NamesItsOwnLineInEachFailedOpening)
     ASSERT_TRUE(create);
     EXPECT_NE(create->code, 0U);
     EXPECT_EQ(create->line, 129U);
-}
-
-TEST_F(RegistryTest, RefusesANullRoot)
-{
-    const Key nowhere = Key::ForRegistry(nullptr, subkey);
-    EXPECT_TRUE(Thrown<StoreException>([&] { store.Open(nowhere, L""); }));
-    EXPECT_TRUE(Thrown<StoreException>([&] { store.Create(nowhere, L""); }));
-    EXPECT_TRUE(Thrown<StoreException>([&] { store.OpenWrite(nowhere, L""); }));
-    EXPECT_TRUE(Thrown<StoreException>([&] { store.OpenEnum(nowhere, L""); }));
 }
 
 TEST_F(RegistryTest, ThrowsWhenItIsNotOpen)
@@ -488,6 +482,17 @@ LSTATUS WINAPI FakeRegCreateKeyExW(HKEY /*root*/, const wchar_t* /*path*/, DWORD
     return ERROR_ACCESS_DENIED;
 }
 
+TEST_F(RegistryTest, RefusesANullRootByItself)
+{
+    const ImportPatch open(nullptr, "RegOpenKeyExW", &FakeRegOpenKeyExW);
+    const ImportPatch create(nullptr, "RegCreateKeyExW", &FakeRegCreateKeyExW);
+    const Key nowhere = Key::ForRegistry(nullptr, subkey);
+    EXPECT_EQ(CodeOf([&] { store.Open(nowhere, L""); }), 6U);
+    EXPECT_EQ(CodeOf([&] { store.Create(nowhere, L""); }), 6U);
+    EXPECT_EQ(CodeOf([&] { store.OpenWrite(nowhere, L""); }), 6U);
+    EXPECT_EQ(CodeOf([&] { store.OpenEnum(nowhere, L""); }), 6U);
+}
+
 TEST_F(RegistryTest, AsksForTheRightsOfTheOperationAndTheViewOfTheStore)
 {
     const ImportPatch open(nullptr, "RegOpenKeyExW", &FakeRegOpenKeyExW);
@@ -554,10 +559,11 @@ TEST_F(RegistryViewTest, KeepsTheViewsApart)
     wide.Open(key, L"");
     EXPECT_EQ(wide.GetDword(L"bits", 0), 64U);
 
-    wide.OpenWrite(key, L"");
-    EXPECT_TRUE(wide.DeleteSection());
-    narrow.Open(key, L"");
-    EXPECT_EQ(narrow.GetDword(L"bits", 0), 32U) << "the key of the other view has gone";
+    narrow.OpenWrite(key, L"");
+    EXPECT_TRUE(narrow.DeleteSection());
+    EXPECT_TRUE(Thrown<StoreException>([&] { narrow.Open(key, L""); }));
+    wide.Open(key, L"");
+    EXPECT_EQ(wide.GetDword(L"bits", 0), 64U) << "the key of the other view stays";
 }
 
 } // namespace
