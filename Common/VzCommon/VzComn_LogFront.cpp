@@ -6,6 +6,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <exception>
 #include <memory>
@@ -36,6 +37,50 @@ public:
 private:
     DWORD lastError;
 };
+
+// Calls of the front that may be using the process-wide log.
+std::atomic<int> s_calls{0};
+
+// The process-wide log for the length of one call; null without one. A thread that still logs while the
+// process ends keeps the log from being deleted under it.
+class LogUse
+{
+public:
+    LogUse() noexcept
+    {
+        ++s_calls;
+        log = std::atomic_ref<DebugLog*>(s_pDebugLog).load();
+    }
+
+    ~LogUse() { --s_calls; }
+
+    LogUse(const LogUse&) = delete;
+    LogUse& operator=(const LogUse&) = delete;
+
+    explicit operator bool() const { return log != nullptr; }
+
+    DebugLog* operator->() const { return log; }
+
+    DebugLog& operator*() const { return *log; }
+
+private:
+    DebugLog* log;
+};
+
+// False if a call is stuck: a thread that was suspended in the log must not keep the process from ending.
+bool WaitForCalls()
+{
+    constexpr int rounds = 2000; // of a millisecond
+    for (int round = 0; round < rounds; ++round)
+    {
+        if (s_calls == 0)
+        {
+            return true;
+        }
+        Sleep(1);
+    }
+    return false;
+}
 
 // A format that gives the text itself.
 std::wstring AsFormat(std::wstring_view text)
@@ -82,13 +127,17 @@ void ShutdownDebugLog() noexcept
 {
     const LastErrorKeeper keeper;
     DebugLog::Uninitialize();
-    const std::unique_ptr<DebugLog> log(s_pDebugLog);
-    s_pDebugLog = nullptr;
+    std::unique_ptr<DebugLog> log(std::atomic_ref<DebugLog*>(s_pDebugLog).exchange(nullptr));
+    if (!WaitForCalls())
+    {
+        static_cast<void>(log.release()); // left to the end of the process
+    }
 }
 
 bool IsLogEnabledFor(std::uint32_t level) noexcept
 {
-    return s_pDebugLog != nullptr && s_pDebugLog->IsEnabledFor(level);
+    const LogUse log;
+    return log && log->IsEnabledFor(level);
 }
 
 void EmitTo(DebugLog& log, const LogLocation& location, const std::wostringstream& stream) noexcept
@@ -105,9 +154,10 @@ void EmitTo(DebugLog& log, const LogLocation& location, const std::wostringstrea
 
 void EmitLogLine(const LogLocation& location, const std::wostringstream& stream) noexcept
 {
-    if (s_pDebugLog != nullptr)
+    const LogUse log;
+    if (log)
     {
-        EmitTo(*s_pDebugLog, location, stream);
+        EmitTo(*log, location, stream);
     }
 }
 
@@ -148,7 +198,8 @@ FunctionTrace::~FunctionTrace()
 
 void FunctionTrace::Write(const wchar_t* arrow) const noexcept
 {
-    if (s_pDebugLog == nullptr)
+    const LogUse log;
+    if (!log)
     {
         return;
     }
@@ -157,7 +208,7 @@ void FunctionTrace::Write(const wchar_t* arrow) const noexcept
     {
         const std::wstring text = L"[INFO],[" + classTag + arrow + function;
         // Deliberate: the text is the format.
-        s_pDebugLog->Trace(file.c_str(), line, LogLevel::Scope, text.c_str());
+        log->Trace(file.c_str(), line, LogLevel::Scope, text.c_str());
     }
     catch (const std::exception&) // no memory: the line is lost
     {
@@ -167,14 +218,15 @@ void FunctionTrace::Write(const wchar_t* arrow) const noexcept
 
 void LogDetail::Trace(const LogLocation* location, const wchar_t* format, ...) noexcept
 {
-    if (s_pDebugLog == nullptr)
+    const LogUse log;
+    if (!log)
     {
         return;
     }
     const LastErrorKeeper keeper;
     va_list arguments{};
     va_start(arguments, format);
-    s_pDebugLog->TraceV(location->file, location->line, location->level, format, arguments);
+    log->TraceV(location->file, location->line, location->level, format, arguments);
     va_end(arguments);
 }
 

@@ -52,7 +52,8 @@ extern DebugLog* s_pDebugLog;
 // before any other thread logs.
 void InitDebugLog(const std::wstring& name) noexcept;
 
-// Ends the process-wide log. Called on the main thread at process end, when no other thread logs any more.
+// Ends the process-wide log. Called on the main thread at process end; other threads may still log, and lose
+// their lines from then on.
 void ShutdownDebugLog() noexcept;
 
 // For arguments that are costly to make. False without a log.

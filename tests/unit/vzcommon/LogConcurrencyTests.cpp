@@ -150,4 +150,36 @@ TEST(LogConcurrency, TheLogMayEndWhileOthersLog)
     EXPECT_EQ(log.Writer().uninitializations, 1);
 }
 
+// The object goes only when nobody is in it: a thread may still log while the process ends.
+TEST(LogConcurrency, TheLogMayBeDeletedWhileOthersLog)
+{
+    constexpr int rounds = 100;
+    for (int round = 0; round < rounds; ++round)
+    {
+        LogCapture log;
+        std::atomic<bool> ended{false};
+        RunOnThreads(
+            [&](int thread)
+            {
+                if (thread == 0)
+                {
+                    while (log.Writer().Count() == 0)
+                    {
+                        SwitchToThread();
+                    }
+                    ShutdownDebugLog();
+                    ended = true;
+                    return;
+                }
+                while (!ended)
+                {
+                    FUNCTION_TRACE(L"worker");
+                    LOG_ERROR << L"line";
+                }
+            });
+        EXPECT_EQ(s_pDebugLog, nullptr);
+        EXPECT_EQ(log.Writer().overlaps, 0);
+    }
+}
+
 } // namespace
