@@ -9,13 +9,21 @@ find_package(expat CONFIG REQUIRED)
 find_package(GTest CONFIG REQUIRED)
 find_package(benchmark CONFIG REQUIRED)
 
-# Header-only libraries, each taken through a folder that holds nothing else.
+# Libraries that are headers alone: the prefix keeps them in a folder of their own.
 add_library(qx_boost INTERFACE)
-target_include_directories(qx_boost SYSTEM INTERFACE "${QX_DEPENDENCIES}/include/headers-only")
 target_compile_definitions(qx_boost INTERFACE BOOST_THREAD_USE_LIB)
 add_library(Qx::Boost ALIAS qx_boost)
 
 add_library(qx_spdlog INTERFACE)
-target_include_directories(qx_spdlog SYSTEM INTERFACE "${QX_DEPENDENCIES}/include/headers-only")
-target_compile_definitions(qx_spdlog INTERFACE FMT_HEADER_ONLY SPDLOG_FMT_EXTERNAL)
 add_library(Qx::Spdlog ALIAS qx_spdlog)
+
+if(QX_DEPENDENCIES)
+  target_include_directories(qx_boost SYSTEM INTERFACE "${QX_DEPENDENCIES}/include/headers-only")
+  target_include_directories(qx_spdlog SYSTEM INTERFACE "${QX_DEPENDENCIES}/include/headers-only")
+  target_compile_definitions(qx_spdlog INTERFACE FMT_HEADER_ONLY SPDLOG_FMT_EXTERNAL)
+else()
+  find_package(Boost REQUIRED)
+  find_package(spdlog CONFIG REQUIRED)
+  target_link_libraries(qx_boost INTERFACE Boost::headers)
+  target_link_libraries(qx_spdlog INTERFACE spdlog::spdlog_header_only)
+endif()

@@ -5,40 +5,51 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/common.sh
 
-cache=$PWD/out/cache
+here=$PWD
+cache=$here/out/cache
 sources=$cache/sources
 unpacked=$cache/unpacked
 
-# name | versions, the first one that the archive still holds is taken | folder | SHA-256 of the upstream archive
+# name | versions, the first one that the archive still holds is taken | folder. What is fetched has to have
+# the checksums of scripts/dependencies.sha256; the upstream archive has to stand there.
 packages='
-libjsoncpp|1.9.5-4|libjsoncpp|f409856e5920c18d0c2fb85276e24ee607d2a09b5e7d5f0a371368903c275da2
-expat|2.5.0-1+deb12u2 2.5.0-1+deb12u1 2.5.0-1|expat|ab00ee05c7067fd10a35c5d2a4922ebba746ddd50ff83b79c828da17bbdf1757
-googletest|1.12.1-0.2|googletest|81964fe578e9bd7c94dfdb09c8e4d6e6759e19967e397dbea48d1c10e45d0df2
-benchmark|1.7.1-1|benchmark|6430e4092653380d9dc4ccb45a1e2dc9259d581f4866dc0759713126056bc1d7
+libjsoncpp|1.9.5-4|libjsoncpp
+expat|2.5.0-1+deb12u2 2.5.0-1+deb12u1 2.5.0-1|expat
+googletest|1.12.1-0.2|googletest
+benchmark|1.7.1-1|benchmark
 '
 
-# Headers that a distribution package holds ready: name | folder below the system's include folder
-headers='boost fmt spdlog'
+# Libraries that are headers alone come from the distribution's binary packages: name | version | folder below
+# the system's include folder. fmt and spdlog are peers of the benchmarks.
+headers='
+libboost1.81-dev|1.81.0-5+deb12u1|boost
+libfmt-dev|9.1.0+ds1-2|fmt
+libspdlog-dev|1:1.10.0+ds-0.4|spdlog
+'
 
-# A private copy of the machine's package list with the source entries switched on; the machine's own
-# configuration stays as it is.
-source_list()
+# A private copy of the machine's package list with the source entries switched on, read anew; the machine's
+# own configuration stays as it is.
+package_lists()
 {
+    [ -z "${apt_options:-}" ] || return 0
     local list=$cache/apt/source.sources
     mkdir -p "$cache/apt/lists/partial"
     if ls /etc/apt/sources.list.d/*.sources >/dev/null 2>&1; then
-        sed 's/^Types:.*/Types: deb-src/' /etc/apt/sources.list.d/*.sources >"$list"
+        sed -s -e 's/^Types:.*/Types: deb deb-src/' -e '$G' /etc/apt/sources.list.d/*.sources >"$list"
     else
         list=$cache/apt/source.list
-        sed -n 's/^deb /deb-src /p' /etc/apt/sources.list >"$list"
+        sed -n 's/^deb \(.*\)/deb \1\ndeb-src \1/p' /etc/apt/sources.list >"$list"
     fi
     apt_options=(-o "Dir::Etc::sourcelist=$list" -o Dir::Etc::sourceparts=/dev/null
-        -o "Dir::State::lists=$cache/apt/lists" -o APT::Sandbox::User=root)
+        -o "Dir::State::lists=$cache/apt/lists" -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=
+        -o APT::Sandbox::User=root)
+    apt-get "${apt_options[@]}" update >>"$cache/fetch.log" 2>&1 || die "no package lists; see out/cache/fetch.log"
 }
 
 fetch()
 {
     local name=$1 versions=$2 version
+    package_lists
     for version in $versions; do
         say "fetching source package $name $version"
         if (cd "$sources" && apt-get "${apt_options[@]}" source --download-only "$name=$version") >>"$cache/fetch.log" 2>&1; then
@@ -48,30 +59,51 @@ fetch()
     die "the package archive gave none of the versions of $name ($versions); see out/cache/fetch.log"
 }
 
-unpack()
+check_sums()
 {
-    local name=$1 folder=$2 sum=$3 archive
-    archive=$(ls "$sources/${name}"_*.orig.tar.* | head -n 1)
-    echo "$sum  $archive" | sha256sum --check --quiet - || die "$archive does not have the pinned SHA-256"
-    rm -rf "${unpacked:?}/$folder"
-    dpkg-source --no-check -x "$sources/${name}"_*.dsc "$unpacked/$folder" >>"$cache/fetch.log" 2>&1
+    (cd "$sources" && sha256sum --check --quiet --ignore-missing "$here/scripts/dependencies.sha256" >&2) ||
+        die "a fetched file does not have the pinned SHA-256"
 }
 
-stamp=$(cat scripts/dependencies.sh cmake/dependencies/CMakeLists.txt cmake/toolchain-mingw-w64.cmake | sha256sum | cut -c1-16)
+unpack()
+{
+    local name=$1 folder=$2 archive
+    archive=$(cd "$sources" && ls "${name}"_*.orig.tar.* | head -n 1)
+    grep -q "  $archive\$" "$here/scripts/dependencies.sha256" || die "$archive has no pinned SHA-256"
+    rm -rf "${unpacked:?}/$folder"
+    dpkg-source -x "$sources/${name}"_*.dsc "$unpacked/$folder" >>"$cache/fetch.log" 2>&1 ||
+        die "the source package $name does not unpack; see out/cache/fetch.log"
+}
+
+# Takes one folder of headers out of a binary package, which need not be installed.
+take_headers()
+{
+    local name=$1 version=$2 folder=$3 file
+    if ! ls "$sources/${name}"_*.deb >/dev/null 2>&1; then
+        say "fetching package $name $version"
+        package_lists
+        (cd "$sources" && apt-get "${apt_options[@]}" download "$name=$version") >>"$cache/fetch.log" 2>&1 ||
+            die "the package archive did not give $name $version; see out/cache/fetch.log"
+    fi
+    file=$(cd "$sources" && ls "${name}"_*.deb)
+    grep -q "  $file\$" "$here/scripts/dependencies.sha256" || die "$file has no pinned SHA-256"
+    check_sums
+    dpkg-deb --fsys-tarfile "$sources/$file" | tar -x -C "$prefix/include/headers-only" --strip-components=3 \
+        "./usr/include/$folder"
+}
+
+stamp=$(cat scripts/dependencies.sh scripts/dependencies.sha256 cmake/dependencies/CMakeLists.txt cmake/toolchain-mingw-w64.cmake | sha256sum | cut -c1-16)
 prefix=$cache/win64-$stamp
 if [ ! -e "$prefix/.complete" ]; then
     mkdir -p "$sources" "$unpacked"
     : >"$cache/fetch.log"
-    source_list
-    updated=
-    while IFS='|' read -r name versions folder sum; do
+    while IFS='|' read -r name versions folder; do
         [ -n "$name" ] || continue
         if ! ls "$sources/${name}"_*.dsc >/dev/null 2>&1; then
-            [ -n "$updated" ] || apt-get "${apt_options[@]}" update >>"$cache/fetch.log" 2>&1
-            updated=yes
             fetch "$name" "$versions"
         fi
-        unpack "$name" "$folder" "$sum"
+        check_sums
+        unpack "$name" "$folder"
     done <<<"$packages"
 
     say "building the dependencies"
@@ -82,12 +114,10 @@ if [ ! -e "$prefix/.complete" ]; then
         cmake --build "$cache/build" --target install >>"$cache/build.log" 2>&1 ||
         die "building the dependencies failed; see out/cache/build.log"
 
-    # The distribution's headers are linked one by one: the host's whole include folder must never come
-    # into the path of a cross compiler.
-    for header in $headers; do
-        mkdir -p "$prefix/include/headers-only"
-        ln -sfn "/usr/include/$header" "$prefix/include/headers-only/$header"
-    done
+    mkdir -p "$prefix/include/headers-only"
+    while IFS='|' read -r name version folder; do
+        [ -z "$name" ] || take_headers "$name" "$version" "$folder"
+    done <<<"$headers"
     touch "$prefix/.complete"
 fi
 echo "$prefix"

@@ -8,7 +8,7 @@ packages='
 cmake ninja-build git ca-certificates
 gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix mingw-w64-tools
 g++ clang clang-format clang-tidy
-dpkg-dev libboost1.81-dev libfmt-dev libspdlog-dev libssl-dev
+dpkg-dev libssl-dev
 wine wine64 fonts-wine xvfb x11-utils xdotool imagemagick fonts-liberation fonts-dejavu-core
 librsvg2-bin icoutils openssl
 python3 python3-pytest python3-cryptography-vectors

@@ -133,6 +133,11 @@ def test_nesting_has_a_limit_and_no_crash(product: Product, levels: int, read: b
         assert start_ends(product, content) == "0xe0ff0023"
 
 
+def test_the_shipped_file_starts_the_agent_as_a_container_too(product: Product) -> None:
+    shipped = product.configuration.read_bytes()
+    start_opens(product, b"QXJSONDB" + encipher(shipped, product_key()).encode(), arguments="")
+
+
 @pytest.mark.parametrize("case", [str.lower, str.upper], ids=["lower", "upper"])
 def test_a_container_made_by_openssl_is_read(product: Product, case: object) -> None:
     digits = encipher(TEXT, product_key())

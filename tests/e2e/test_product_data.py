@@ -53,6 +53,23 @@ def test_each_language_has_one_locale_and_the_default_is_one_of_them() -> None:
     assert info["defaultLocal"] in {entry["localeName"] for entry in info["localMapping"]}
 
 
+def names_of(texts: dict[str, dict[str, str]]) -> dict[str, set[str]]:
+    return {section: set(entries) for section, entries in texts.items()}
+
+
+def test_each_locale_has_all_texts() -> None:
+    def texts_of(locale: str) -> dict[str, dict[str, str]]:
+        file = STAGE / "Misc/Resource" / locale / "UiDeskTrayString.json"
+        return json.loads(file.read_text(encoding="utf-8"))
+
+    info = read("localeInfo.json")
+    reference = names_of(texts_of(info["defaultLocal"]))
+    for entry in info["localMapping"]:
+        texts = texts_of(entry["localeName"])
+        assert names_of(texts) == reference
+        assert all(text for section in texts.values() for text in section.values())
+
+
 def test_programs_and_libraries_lie_where_they_belong() -> None:
     expected = {"VzDbgLog.dll", "libexpat.dll", "vzdbg.ini"}
     expected |= {f"QxSessionAgent{suffix}.exe" for suffix in ("", "_M", "_B")}
