@@ -45,14 +45,19 @@ std::uint32_t ReadRegistryDword(const std::wstring& subkey, const std::wstring& 
 }
 
 std::wstring ReadRegistryString(HKEY root, const std::wstring& subkey, const std::wstring& name,
-                                const std::wstring& defaultValue, std::uint32_t view, std::uint32_t* error)
+                                const std::wstring& defaultValue, std::uint32_t view,
+                                std::uint32_t* error) noexcept
 {
-    return NoThrow(defaultValue, error,
-                   [&]
-                   {
-                       return ReadFrom(root, subkey, view,
-                                       [&](Registry& store) { return store.GetString(name, defaultValue); });
-                   });
+    std::wstring value;
+    NoThrow(false, error,
+            [&]
+            {
+                value = defaultValue; // here, as the copy may throw too
+                value = ReadFrom(root, subkey, view,
+                                 [&](Registry& store) { return store.GetString(name, defaultValue); });
+                return true;
+            });
+    return value;
 }
 
 } // namespace VzCommon::Storage

@@ -14,8 +14,9 @@ namespace VzCommon::Storage
                                               const std::uint32_t* defaultValue, std::uint32_t view,
                                               std::uint32_t* error) noexcept;
 
+// Empty when there is no memory for the default.
 [[nodiscard]] std::wstring ReadRegistryString(HKEY root, const std::wstring& subkey, const std::wstring& name,
                                               const std::wstring& defaultValue, std::uint32_t view,
-                                              std::uint32_t* error);
+                                              std::uint32_t* error) noexcept;
 
 } // namespace VzCommon::Storage

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <stdexcept>
 
 using TestSupport::ImportPatch;
@@ -122,6 +123,23 @@ TEST_F(RegistryValueTest, DeletesAnExceptionOfTheLibraryThatIsNoStores)
     EXPECT_EQ(ReadRegistryDword(subkey, L"a", &three, 0, &error), 3U);
     EXPECT_EQ(error, 0x800300FDU);
     EXPECT_EQ(deleted, 1);
+}
+
+decltype(&std::malloc) s_malloc = nullptr;
+constexpr std::size_t refusedSize = 200000;
+
+void* __cdecl RefuseMuch(std::size_t size)
+{
+    return size < refusedSize ? s_malloc(size) : nullptr;
+}
+
+TEST_F(RegistryValueTest, GivesAnEmptyTextWithoutMemoryForTheDefault)
+{
+    const std::wstring longDefault(refusedSize, L'd');
+    const ImportPatch patch(nullptr, "malloc", &RefuseMuch);
+    s_malloc = patch.Original<decltype(std::malloc)>();
+    EXPECT_EQ(ReadRegistryString(HKEY_LOCAL_MACHINE, subkey, L"Missing", longDefault, 0, &error), L"");
+    EXPECT_EQ(error, 0x800300FDU);
 }
 
 TEST_F(RegistryValueTest, LeavesNoKeyOpen)
