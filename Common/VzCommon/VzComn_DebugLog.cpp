@@ -118,7 +118,7 @@ bool DebugLog::Start(const std::wstring& name, const Storage::Key& key, const st
 
 bool DebugLog::LoadLibraryFrom(const std::wstring& folder)
 {
-    // Without a folder the system would search for the library in places that others may write to.
+    // Deliberate: refused without a folder, as the system would search places that others may write to.
     if (folder.empty() || library.IsBound())
     {
         return false;
