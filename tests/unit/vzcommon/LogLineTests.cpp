@@ -3,6 +3,7 @@
 #include "ImportPatch.h"
 
 #include <regex>
+#include <string_view>
 
 using testing::ElementsAre;
 using TestSupport::ImportPatch;
@@ -170,6 +171,31 @@ TEST_F(LogLineTest, WritesTheLineOfAFormatThatIsRefused)
     }
     ASSERT_TRUE(Trace(LogLevel::Info, nullptr));
     EXPECT_EQ(LastMessage(), L"");
+}
+
+decltype(&MultiByteToWideChar) s_multiByteToWideChar = nullptr;
+
+// Fails for the name of the source alone.
+int WINAPI RefuseSource(UINT codePage, DWORD flags, const char* text, int length, wchar_t* wide, int room)
+{
+    if (std::string_view(text, static_cast<std::size_t>(length)) == "Source")
+    {
+        return 0;
+    }
+    return s_multiByteToWideChar(codePage, flags, text, length, wide, room);
+}
+
+TEST_F(LogLineTest, LosesOnlyTheLineThatCannotBeComposed)
+{
+    {
+        const ImportPatch patch(nullptr, "MultiByteToWideChar", &RefuseSource);
+        s_multiByteToWideChar = patch.Original<decltype(MultiByteToWideChar)>();
+        EXPECT_FALSE(Trace(LogLevel::Info, L"lost"));
+        EXPECT_TRUE(log.Trace("Other", 7, LogLevel::Info, L"other"));
+    }
+    EXPECT_TRUE(Trace(LogLevel::Info, L"next"));
+    EXPECT_THAT(Rests(),
+                ElementsAre(L".w. <Test> other - Other(7)\r\n", L".w. <Test> next - Source(12)\r\n"));
 }
 
 } // namespace
