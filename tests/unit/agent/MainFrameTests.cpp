@@ -6,8 +6,8 @@
 #include "FakeProduct.h"
 #include "ImportPatch.h"
 #include "LogCapture.h"
-#include "MenuWalk.h"
 #include "Neighbours.h"
+#include "ObjectCounts.h"
 #include "ObjectNames.h"
 #include "ProfileParser.h"
 #include "WaitUntil.h"
@@ -263,23 +263,6 @@ TEST_F(MenuUpdateTest, GreysTheDefaultCommandThatNobodyEnables)
     EXPECT_NE(StateAfterOpening(Command::Default) & (MF_GRAYED | MF_DISABLED), 0U);
 }
 
-TEST(MenuWalkTest, LooksAtANodeThenItsSubtreeThenItsSiblings)
-{
-    MenuNode root;
-    root.id = 1;
-    root.next = std::make_unique<MenuNode>();
-    root.next->id = 7;
-    root.next->functionId = 2;
-    root.child = std::make_unique<MenuNode>();
-    root.child->id = 7;
-    root.child->functionId = 1;
-    root.functionId = 9;
-    EXPECT_EQ(FindMenuFunction(&root, 1), 9U);
-    EXPECT_EQ(FindMenuFunction(&root, 7), 1U);
-    EXPECT_EQ(FindMenuFunction(&root, 8), std::nullopt);
-    EXPECT_EQ(FindMenuFunction(nullptr, 1), std::nullopt);
-}
-
 // A console's window: carries the marker of the product and says when it was closed.
 class FakeConsole : public CWnd
 {
@@ -364,6 +347,17 @@ TEST_F(MainFrameTest, TakesItsSessionRegistrationBack)
     const HWND window = frame->m_hWnd;
     frame->DestroyWindow();
     EXPECT_EQ(g_unregistered, window);
+}
+
+TEST_F(MainFrameTest, ComesAndGoesWithoutLeavingAnythingBehind)
+{
+    EXPECT_EQ(TestSupport::GrowthOf(
+                  [this]
+                  {
+                      Create();
+                      frame->DestroyWindow();
+                  }),
+              "");
 }
 
 TEST_F(MainFrameTest, SurvivesForgedMessages)
