@@ -14,6 +14,7 @@
 #include "FakeProduct.h"
 #include "ImportPatch.h"
 #include "Neighbours.h"
+#include "ObjectCounts.h"
 #include "TempDir.h"
 #include "TempRegistry.h"
 #include "VzComn_LogFront.h"
@@ -161,6 +162,20 @@ TEST_F(StartHelperTest, LetsASecondInstanceRunItsStartFunctionsAndLeave)
     EXPECT_THAT(log.Texts(), Not(Contains(HasSubstr(L"failed"))));
 }
 
+TEST_F(StartHelperTest, ASecondInstanceLeavesNothingBehind)
+{
+    Mutex first;
+    ASSERT_TRUE(first.CreateLocal(L"Melvio_QxSessionAgent", false, true, nullptr));
+    EXPECT_EQ(TestSupport::GrowthOf(
+                  []
+                  {
+                      CStartHelper second;
+                      EXPECT_EQ(second.PreInit(), Status::InstanceExists);
+                      EXPECT_EQ(second.Uninit(nullptr), Status::Success);
+                  }),
+              "");
+}
+
 TEST_F(StartHelperTest, TakesASquattedNameForAnotherInstance)
 {
     SetCommandLine(L"2");
@@ -231,6 +246,15 @@ protected:
         EXPECT_EQ(helper.Init(&app), Status::Success);
         EXPECT_TRUE(
             TestSupport::WaitUntil([this] { return log.Holds(L"SendMessage to exit QxSessionAgent..."); }));
+        EXPECT_TRUE(TestSupport::WaitUntil([this] { return IsThroughWithItsMode(); }));
+    }
+
+    // The thread that runs the mode is then done with the helper.
+    bool IsThroughWithItsMode() const
+    {
+        const auto calls = CallsBut("event");
+        return log.Holds(L"Can not find the start mode") ||
+               std::find(calls.begin(), calls.end(), "console <hello>") != calls.end();
     }
 
     Event exitEvent;
@@ -342,12 +366,7 @@ TEST_F(ThreadOrderTest, SendsNoEventZeroInAnotherMode)
 TEST_F(StartedHelperTest, RunsTheStartFunctionsOnAThreadOfTheirOwn)
 {
     Start(L"2");
-    EXPECT_TRUE(TestSupport::WaitUntil(
-        []
-        {
-            const auto calls = CallsBut("event");
-            return std::find(calls.begin(), calls.end(), "console <hello>") != calls.end();
-        }));
+    EXPECT_THAT(CallsBut("event"), Contains("console <hello>"));
     EXPECT_NE(TheNeighbours().consoleThread, GetCurrentThreadId());
 }
 
