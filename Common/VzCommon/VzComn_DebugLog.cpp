@@ -2,10 +2,10 @@
 
 #include "VzComn_LogConfiguration.h"
 #include "VzComn_LogFront.h"
+#include "VzComn_LogLine.h"
 #include "VzComn_String.h"
 
-#include <shlwapi.h>
-
+#include <cwchar>
 #include <memory>
 
 namespace VzCommon
@@ -35,21 +35,13 @@ bool Guarded(Operation operation) noexcept
     return false;
 }
 
-// Deliberate: a level that is not one of the first three has the tag of DEBUG, the forced one included.
-const wchar_t* TagOf(std::uint32_t level)
-{
-    switch (level)
-    {
-    case LogLevel::Info: return L".w.";
-    case LogLevel::Warn: return L"@@@";
-    case LogLevel::Error: return L"!!!";
-    default: return L"???";
-    }
-}
-
 // Empty if the format is refused: the line is written all the same.
 std::wstring FormatMessageText(const wchar_t* format, va_list arguments)
 {
+    if (format != nullptr && std::wcschr(format, L'%') == nullptr)
+    {
+        return format; // most lines: their text was composed before
+    }
     std::wstring text;
     try
     {
@@ -63,22 +55,6 @@ std::wstring FormatMessageText(const wchar_t* format, va_list arguments)
         text.clear();
     }
     return text;
-}
-
-std::wstring LineBegin(const SYSTEMTIME& time, std::uint32_t level, const std::wstring& moduleName)
-{
-    return String::Format(L"%02d/%02d/%04d %02d:%02d:%02d.%03d"
-                          L" %04x:%04x %3s <%s> ",
-                          time.wDay, time.wMonth, time.wYear, time.wHour, time.wMinute, time.wSecond,
-                          time.wMilliseconds, GetCurrentProcessId(), GetCurrentThreadId(), TagOf(level),
-                          moduleName.c_str());
-}
-
-std::wstring LineEnd(const char* file, std::uint32_t line)
-{
-    const char* name = file != nullptr ? PathFindFileNameA(file) : "";
-    return String::Format(L" - %s(%lu)\r\n", String::FromAnsi(name).c_str(),
-                          static_cast<unsigned long>(line));
 }
 
 } // namespace
@@ -216,7 +192,7 @@ bool DebugLog::TraceV(const char* file, std::uint32_t line, std::uint32_t level,
             const std::wstring message = FormatMessageText(format, arguments);
             SYSTEMTIME time;
             GetLocalTime(&time);
-            return Write(time, LineBegin(time, level, ModuleName()) + message + LineEnd(file, line));
+            return Write(time, ComposeLogLine({time, level, ModuleName(), message, file, line}));
         });
 }
 

@@ -175,10 +175,13 @@ TEST_F(LogLineTest, WritesTheLineOfAFormatThatIsRefused)
 
 decltype(&MultiByteToWideChar) s_multiByteToWideChar = nullptr;
 
+// The bytes of a name that the code page has to widen; a plain one needs no code page.
+constexpr const char* widenedSource = "S\xF6urce";
+
 // Fails for the name of the source alone.
 int WINAPI RefuseSource(UINT codePage, DWORD flags, const char* text, int length, wchar_t* wide, int room)
 {
-    if (std::string_view(text, static_cast<std::size_t>(length)) == "Source")
+    if (std::string_view(text, static_cast<std::size_t>(length)) == widenedSource)
     {
         return 0;
     }
@@ -190,7 +193,7 @@ TEST_F(LogLineTest, LosesOnlyTheLineThatCannotBeComposed)
     {
         const ImportPatch patch(nullptr, "MultiByteToWideChar", &RefuseSource);
         s_multiByteToWideChar = patch.Original<decltype(MultiByteToWideChar)>();
-        EXPECT_FALSE(Trace(LogLevel::Info, L"lost"));
+        EXPECT_FALSE(log.Trace(widenedSource, 12, LogLevel::Info, L"lost"));
         EXPECT_TRUE(log.Trace("Other", 7, LogLevel::Info, L"other"));
     }
     EXPECT_TRUE(Trace(LogLevel::Info, L"next"));
