@@ -120,19 +120,29 @@ DWORD RollingFile::OpenFrom(unsigned firstSlot, const SYSTEMTIME& now)
     for (unsigned next = firstSlot; next <= MaxSlot; ++next)
     {
         error = OpenUnspent(next, now);
+        if (CannotBeMade(next, error))
+        {
+            error = OpenUnspent(next, now); // its owner may just have renamed or deleted it
+        }
         if (error == ERROR_SUCCESS)
         {
             slot = next;
             period = PeriodFound();
             return ERROR_SUCCESS;
         }
-        if (GetFileAttributesW(PathOf(next).c_str()) == INVALID_FILE_ATTRIBUTES &&
-            GetLastError() == ERROR_FILE_NOT_FOUND)
+        if (CannotBeMade(next, error))
         {
             return error;
         }
     }
     return error;
+}
+
+bool RollingFile::CannotBeMade(unsigned wantedSlot, DWORD error) const
+{
+    return error != ERROR_SUCCESS && error != ERROR_SHARING_VIOLATION &&
+           GetFileAttributesW(PathOf(wantedSlot).c_str()) == INVALID_FILE_ATTRIBUTES &&
+           GetLastError() == ERROR_FILE_NOT_FOUND;
 }
 
 DWORD RollingFile::OpenUnspent(unsigned wantedSlot, const SYSTEMTIME& now)

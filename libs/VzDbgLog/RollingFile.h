@@ -43,6 +43,7 @@ private:
     [[nodiscard]] bool IsSpent(const SYSTEMTIME& now) const;
     [[nodiscard]] std::wstring PathOf(unsigned wantedSlot) const;
     DWORD OpenFrom(unsigned firstSlot, const SYSTEMTIME& now);
+    [[nodiscard]] bool CannotBeMade(unsigned wantedSlot, DWORD error) const;
     DWORD OpenUnspent(unsigned wantedSlot, const SYSTEMTIME& now);
     bool SetAside(unsigned wantedSlot, const SYSTEMTIME& closed) const;
     DWORD Reopen();

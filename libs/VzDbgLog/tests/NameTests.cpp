@@ -1,3 +1,4 @@
+#include "ImportPatch.h"
 #include "LogTest.h"
 
 #include <regex>
@@ -7,6 +8,24 @@ namespace
 
 using NameTest = LogTest;
 using Names = std::vector<std::wstring>;
+
+DWORD s_refusal = ERROR_SUCCESS;
+int s_refusals = 0;
+
+// Refuses the first slot's file so often, though it is not there when the caller looks.
+HANDLE WINAPI RefuseFirstSlot(const wchar_t* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                              DWORD disposition, DWORD flags, HANDLE model)
+{
+    const bool isFirst = std::wstring_view(name).ends_with(L".log") &&
+                         std::wstring_view(name).find(L".2.") == std::wstring_view::npos;
+    if (isFirst && s_refusals > 0)
+    {
+        --s_refusals;
+        SetLastError(s_refusal);
+        return INVALID_HANDLE_VALUE;
+    }
+    return CreateFileW(name, access, share, security, disposition, flags, model);
+}
 
 std::wstring OnlyName(const Names& names)
 {
@@ -94,6 +113,24 @@ TEST_F(NameTest, CountsUpWhileTheFileIsHeld)
     EXPECT_EQ(Read(Name(L".log")), "first\r\n");
     EXPECT_EQ(Read(Name(L".2.log")), "second\r\nagain\r\n");
     EXPECT_EQ(Read(Name(L".3.log")), "third\r\n");
+}
+
+TEST_F(NameTest, CountsUpPastAFileThatItsHolderRenamesMeanwhile)
+{
+    const TestSupport::ImportPatch patch(nullptr, "CreateFileW", &RefuseFirstSlot, library.Module());
+    s_refusal = ERROR_SHARING_VIOLATION;
+    s_refusals = 100;
+    const TestLog log(library, Config());
+    EXPECT_EQ(Files(), Names{Name(L".2.log")});
+}
+
+TEST_F(NameTest, IsTakenOverFromAHolderThatDeletesItMeanwhile)
+{
+    const TestSupport::ImportPatch patch(nullptr, "CreateFileW", &RefuseFirstSlot, library.Module());
+    s_refusal = ERROR_ACCESS_DENIED;
+    s_refusals = 1;
+    const TestLog log(library, Config());
+    EXPECT_EQ(Files(), Names{Name(L".log")});
 }
 
 TEST_F(NameTest, IsTheSameForAWriterThatComesLater)
