@@ -22,6 +22,11 @@ std::wstring CrashRestartEvent()
     return L"Global\\WATCHDOG_EVENT_RESTART_QX_SESSIONAGENT" + QxCommon::GetProductId();
 }
 
+std::wstring SplashEvent()
+{
+    return L"Global\\GLOBAL_EVENT_SPLASH_NOTIFY" + QxCommon::GetProductId();
+}
+
 // Deliberate: the maker's name is written with a blank here and without one in the console's property.
 std::wstring FrameProperty()
 {

@@ -18,6 +18,10 @@ namespace ObjectNames
 // Signalled by the crash handler; the watchdog waits on it and starts the agent again.
 [[nodiscard]] std::wstring CrashRestartEvent();
 
+// Signalled when the splash may go; the service has it set by a command, and whoever shows the splash waits
+// on it.
+[[nodiscard]] std::wstring SplashEvent();
+
 // Window property on the main frame, value 1: other processes find the agent by it.
 [[nodiscard]] std::wstring FrameProperty();
 
