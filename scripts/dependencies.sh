@@ -20,11 +20,13 @@ benchmark|1.7.1-1|benchmark
 '
 
 # Libraries that are headers alone come from the distribution's binary packages: name | version | folder below
-# the system's include folder. fmt and spdlog are peers of the benchmarks.
+# the system's include folder. All but Boost are peers of the benchmarks.
 headers='
 libboost1.81-dev|1.81.0-5+deb12u1|boost
 libfmt-dev|9.1.0+ds1-2|fmt
 libspdlog-dev|1:1.10.0+ds-0.4|spdlog
+libmsgpack-cxx-dev|4.1.3-1|msgpack
+libflatbuffers-dev|2.0.8+dfsg1-2|flatbuffers
 '
 
 # A private copy of the machine's package list with the source entries switched on, read anew; the machine's
