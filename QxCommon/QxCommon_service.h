@@ -5,17 +5,39 @@
 
 #include "VzComn_AgentStatus.h"
 
-// Starts and stops the product's host service, by way of the watchdog or directly. Every operation waits
-// on its caller's thread, one second a round, at most seconds rounds a wait.
+// Starts and stops the product's host service, by way of the watchdog or directly, and the names that agent,
+// watchdog and service have to agree on. Every operation waits on its caller's thread, one second a round, at
+// most seconds rounds a wait, and returns the first failure as a status made from the system's error:
+//
+//     const AgentStatus status = QxCommon::StartServiceByWatchdog(120);
 namespace QxCommon
 {
+
+// The host service in the service control manager.
+[[nodiscard]] std::wstring GetServiceName();
+
+// Signalled to have the service started; made by the watchdog, which waits on it. As long as it exists, the
+// watchdog runs.
+[[nodiscard]] std::wstring GetStartRequestEventName();
+
+// Signalled to have the service stopped; made by the watchdog, which waits on it.
+[[nodiscard]] std::wstring GetStopRequestEventName();
+
+// Waits for the watchdog to come up, asks it for the service and waits for that. Asks also for a service that
+// runs already.
 AgentStatus StartServiceByWatchdog(std::uint32_t seconds);
+
+// Success also when the service runs already. Takes the right to start the service, which a plain user does
+// not have: 0xE0FE0005 then.
 AgentStatus StartServiceDirect(const std::wstring& name, bool waitRunning, std::uint32_t seconds);
 
 // Success also when the watchdog is gone. Deliberate: force changes nothing.
 AgentStatus StopServiceByWatchdog(bool force, std::uint32_t seconds);
+
+// Success also when the service is stopped already, or does not exist.
 AgentStatus StopServiceDirect(const std::wstring& name, std::uint32_t seconds);
 
-// Starts this program again with the user's consent to full rights, without arguments.
+// Starts this program again with the user's consent to full rights, without arguments. A refusal goes unseen.
 void RelaunchElevated();
+
 } // namespace QxCommon

@@ -54,6 +54,7 @@ private:
     AgentStatus ReadConfig();
     AgentStatus ClaimSession();
     AgentStatus ArmCrashHandler();
+    AgentStatus CheckQxSvcPatiently();
     AgentStatus RegisterWithService();
     void SubscribeToSystem(HWND mainWindow);
 
