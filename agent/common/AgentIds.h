@@ -44,6 +44,12 @@ inline constexpr UINT Idle = 32890;
 namespace EventId
 {
 inline constexpr UINT StartedInModeOne = 0;
+inline constexpr UINT SessionLoggedOff = 1;
+inline constexpr UINT SessionConnected = 16;    // console or remote connected, unlocked
+inline constexpr UINT SessionDisconnected = 17; // console or remote disconnected, locked
 inline constexpr UINT StartFinished = 18;
 inline constexpr UINT TrayClosing = 19;
+inline constexpr UINT NetworkMade = 23;      // request of its own, with the type
+inline constexpr UINT NetworkLost = 24;      // request of its own, with the type
+inline constexpr UINT PowerChanged = 0x8000; // request of its own, with the kind of change
 } // namespace EventId

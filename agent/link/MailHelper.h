@@ -4,6 +4,12 @@
 
 #include "VzComn_AgentStatus.h"
 
+class CVzRpcClientHelper;
+
+// This process as a client of the host service; null while not registered. Owned by RegisterRPC and
+// UnRegisterRPC, on the main thread; senders test it first.
+extern CVzRpcClientHelper* g_pClient;
+
 // The front that the rest of the agent uses to reach the host service. Called on the main thread.
 
 // Registers this process with the service. Success at once when that has been done already.

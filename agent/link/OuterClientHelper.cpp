@@ -1,0 +1,205 @@
+// The life of the connection: the client manager, made by the first helper and ended by the last one.
+#include "OuterClientHelper.h"
+
+#include "OuterClientLog.h"
+
+#include <cstring>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "LinkLibrary.h"
+#include "MessageIds.h"
+#include "OuterClientCommand.h"
+#include "OuterClientGuard.h"
+#include "OuterClientState.h"
+
+namespace
+{
+constexpr std::uint32_t busyEndpointTimeout = 1000; // milliseconds
+
+// Deliberate: a manager that a new one replaces is never deleted.
+void KeepForEver(RpcManager& manager)
+{
+    static auto& kept = *new std::vector<RpcManager>;
+    if (manager)
+    {
+        kept.push_back(std::move(manager));
+    }
+    manager.reset();
+}
+
+AgentStatus CreateManager()
+{
+    KeepForEver(g_pRpcManager);
+    const AgentStatus loaded = LoadLinkLibrary();
+    if (Status::Failed(loaded))
+    {
+        return loaded;
+    }
+    auto* const manager = new (std::nothrow) CRpcClientManager(nullptr, busyEndpointTimeout);
+    if (manager == nullptr)
+    {
+        return Status::OutOfMemory;
+    }
+    g_pRpcManager.reset(manager);
+    return Status::Success;
+}
+
+void ForgetTrackingId(const std::string& trackingId)
+{
+    if (trackingId.empty())
+    {
+        return;
+    }
+    CVzRpcClientHelper::EraseAllCallbackOfTrackingID();
+    const AgentStatus status = g_pRpcManager->DestroyTrackingID(trackingId.c_str());
+    if (Status::Failed(status))
+    {
+        LOG_ERROR << L"DestroyRecordOfTrackingID fail, err=" << status;
+    }
+}
+
+template <std::size_t Size>
+bool IsWholeId(const char (&text)[Size])
+{
+    return strnlen(text, Size) == Size - 1;
+}
+} // namespace
+
+std::uint32_t CVzRpcClientHelper::m_uiRefCnt = 0;
+
+CVzRpcClientHelper::CVzRpcClientHelper(std::uint32_t /*uReserved*/, const std::wstring& product)
+{
+    FUNCTION_TRACE(L"CVzRpcClientHelper::CVzRpcClientHelper");
+    {
+        const RpcLockGuard lock(g_rpcLock);
+        ++m_uiRefCnt;
+    }
+    InitProduct(0, 0, product);
+}
+
+CVzRpcClientHelper::~CVzRpcClientHelper()
+{
+    FUNCTION_TRACE(L"CVzRpcClientHelper::~CVzRpcClientHelper");
+    {
+        const RpcLockGuard lock(g_rpcLock);
+        StopWatching();
+    }
+    UninitProduct();
+    const RpcLockGuard lock(g_rpcLock);
+    --m_uiRefCnt;
+}
+
+AgentStatus CVzRpcClientHelper::InitProduct(std::uint32_t /*uFirst*/, std::uint32_t /*uSecond*/,
+                                            const std::wstring& /*product*/)
+{
+    FUNCTION_TRACE(L"CVzRpcClientHelper::InitProduct");
+    return Guarded(L"InitProduct", [] { return MakeManager(); });
+}
+
+AgentStatus CVzRpcClientHelper::MakeManager()
+{
+    const RpcLockGuard lock(g_rpcLock);
+    if (m_uiRefCnt == 0)
+    {
+        LOG_FATAL << L"reference count should not be zero or negative. m_uiRefCnt=" << m_uiRefCnt;
+        return Status::Failure;
+    }
+    if (g_bProductInited)
+    {
+        LOG_WARN << L"The Product helper is already initialized";
+        return Status::AlreadyDone;
+    }
+    g_noManagerStatus = Status::OutOfMemory; // should the next line throw
+    g_noManagerStatus = CreateManager();
+    if (Status::Failed(g_noManagerStatus))
+    {
+        return g_noManagerStatus;
+    }
+    g_bProductInited = true;
+    return Status::Failure; // Deliberate: callers ignore it, and it is kept as it is.
+}
+
+AgentStatus CVzRpcClientHelper::UninitProduct()
+{
+    FUNCTION_TRACE(L"CVzRpcClientHelper::UninitProduct");
+    return Guarded(L"UninitProduct", [] { return EndManager(); });
+}
+
+AgentStatus CVzRpcClientHelper::EndManager()
+{
+    const RpcLockGuard lock(g_rpcLock);
+    if (m_uiRefCnt != 1)
+    {
+        LOG_INFO << L"There are another instances still been held, m_uiRefCnt=" << m_uiRefCnt - 1;
+        return Status::Success;
+    }
+    if (!g_bProductInited)
+    {
+        LOG_WARN << L"The Product helper is not initialized";
+        return Status::Success;
+    }
+    Guarded(L"ForgetTrackingId",
+            []
+            {
+                ForgetTrackingId(g_strTrackingID);
+                return Status::Success;
+            });
+    const AgentStatus status = DestroyContext();
+    if (Status::Failed(status))
+    {
+        LOG_ERROR << L"DestroyContext fail, err=" << status;
+    }
+    g_rpcContext = {};
+    std::memset(g_rpcContextSpare, 0, sizeof(g_rpcContextSpare));
+    g_pRpcManager.reset();
+    g_noManagerStatus = Status::Failure;
+    g_bProductInited = false;
+    if (Status::Failed(status))
+    {
+        LOG_ERROR << L"UninitProduct fail, err=" << status;
+    }
+    return status;
+}
+
+// A context that was never made stays away from the library.
+AgentStatus CVzRpcClientHelper::DestroyContext()
+{
+    FUNCTION_TRACE(L"CVzRpcClientHelper::DestroyContext");
+    constexpr char acceptedKind[] = "00000003";
+    if (!IsWholeId(g_rpcContext.szId) || !IsWholeId(g_rpcContext.szSecondId))
+    {
+        return Status::InvalidParameter;
+    }
+    AgentStatus status = Status::WrongContext;
+    if (std::strncmp(g_rpcContext.szId, acceptedKind, std::strlen(acceptedKind)) == 0)
+    {
+        status = g_pRpcManager->DestroyContext(g_rpcContext);
+    }
+    LOG_INFO << L"DestroyContext" << status;
+    return status;
+}
+
+AgentStatus CVzRpcClientHelper::EraseAllCallbackOfTrackingID()
+{
+    FUNCTION_TRACE(L"CVzRpcClientHelper::EraseAllCallbackOfTrackingID");
+    return Guarded(L"EraseAllCallbackOfTrackingID",
+                   []
+                   {
+                       CRpcCommand command{};
+                       command.uCommandId = RpcCommandId::EraseCallbacks;
+                       command.uSecond = 1;
+                       RpcManager manager;
+                       {
+                           const RpcLockGuard lock(g_rpcLock);
+                           g_strTrackingID.copy(command.szTrackingId, sizeof(command.szTrackingId) - 1);
+                           manager = g_pRpcManager;
+                       }
+                       CRpcCommandResult result{};
+                       const AgentStatus status = Execute(manager, command, nullptr, result);
+                       DestroyData(manager, result.data);
+                       LOG_INFO << L"EraseAllCallbackOfTrackingID, result=" << status;
+                       return status;
+                   });
+}

@@ -1,0 +1,17 @@
+#include "OuterClientState.h"
+
+boost::recursive_mutex& g_rpcLock = *new boost::recursive_mutex;
+
+bool g_bProductInited = false;
+RpcManager& g_pRpcManager = *new RpcManager;
+std::string& g_strTrackingID = *new std::string;
+AgentStatus g_noManagerStatus = Status::Failure;
+
+bool g_bProcessRegistered = false;
+
+std::atomic<CVzRpcClientHelper::CommandFunction> g_fnCallback{nullptr};
+
+CRpcContext g_rpcContext{};
+std::uint8_t g_rpcContextSpare[RpcContextSpareSize]{};
+
+std::uint32_t g_nProductID = 0;
