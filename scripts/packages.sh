@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 packages='
 cmake ninja-build git ca-certificates
 gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix mingw-w64-tools
-g++ clang clang-format clang-tidy
+g++ clang libclang-rt-dev clang-format clang-tidy
 dpkg-dev libssl-dev
 wine wine64 fonts-wine xvfb x11-utils xdotool imagemagick fonts-liberation fonts-dejavu-core
 librsvg2-bin icoutils openssl

@@ -26,7 +26,7 @@ constexpr std::size_t usualSize = 256;
 // Nothing in a message is aligned.
 Head ReadHead(const std::uint8_t* bytes)
 {
-    Head head;
+    Head head{};
     std::memcpy(&head, bytes, sizeof head);
     return head;
 }

@@ -121,8 +121,11 @@ AgentStatus CRpcDataHandleWrapper::ExtractMessage(std::uint32_t index, CRpcDataH
     {
         return Status::Failure;
     }
-    target = {0, index, MakeHolder(index)};
-    return target.pMessage == nullptr ? Status::Failure : source->GetMessage(index, **target.pMessage);
+    Holder* made = MakeHolder(index);
+    target.uReserved = 0;
+    target.uMessageId = index;
+    target.pMessage = made;
+    return made == nullptr ? Status::Failure : source->GetMessage(index, **made);
 }
 
 AgentStatus CRpcDataHandleWrapper::Release(CRpcDataHandle* handle)
