@@ -119,26 +119,26 @@ AgentStatus CloseStartMenuHook(QxCommon::JsonDb& /*command*/)
 
 enum class Reply
 {
-    StatusIsAdded, // the command's object with its status as "retCode"
-    ByHandler,     // the handler leaves the whole reply
+    WithStatus, // the command with its status as "retCode"
+    AsLeft,     // what the handler made of the command
 };
 
 struct ServiceCommand
 {
-    std::int32_t id;
-    AgentStatus (*run)(QxCommon::JsonDb& command);
-    Reply reply = Reply::StatusIsAdded;
+    std::int32_t id = 0;
+    Reply reply = Reply::WithStatus;
+    AgentStatus (*run)(QxCommon::JsonDb& command) = nullptr;
 };
 
 constexpr ServiceCommand serviceCommands[] = {
-    {1000, &OpenPopup},
-    {1001, &OpenConsoleInMode},
-    {1010, &EndSplash},
-    {1011, &ArmActiveWindowReporter},
-    {1100, &ArmInputInfoReporter},
-    {1101, &ExecuteThroughShell},
-    {2000, &RunEngineAction, Reply::ByHandler},
-    {3000, &CloseStartMenuHook},
+    {1000, Reply::WithStatus, &OpenPopup},
+    {1001, Reply::WithStatus, &OpenConsoleInMode},
+    {1010, Reply::WithStatus, &EndSplash},
+    {1011, Reply::WithStatus, &ArmActiveWindowReporter},
+    {1100, Reply::WithStatus, &ArmInputInfoReporter},
+    {1101, Reply::WithStatus, &ExecuteThroughShell},
+    {2000, Reply::AsLeft, &RunEngineAction},
+    {3000, Reply::WithStatus, &CloseStartMenuHook},
 };
 } // namespace
 
@@ -156,7 +156,7 @@ AgentStatus OnServiceCommand(QxCommon::JsonDb& command)
     if (row != std::end(serviceCommands))
     {
         status = row->run(command);
-        if (row->reply == Reply::ByHandler)
+        if (row->reply == Reply::AsLeft)
         {
             return status;
         }
