@@ -1,0 +1,195 @@
+#include "ClientConnection.h"
+
+#include "CallbackRun.h"
+#include "DetachedThread.h"
+#include "Endpoint.h"
+
+#include <mutex>
+#include <utility>
+
+namespace SvcLink
+{
+
+namespace
+{
+
+// The service's transport welcomes a client at once; one that does not is hung.
+constexpr DWORD welcomeLimitMs = 5000;
+
+// For a reply to a service that does not read any more.
+constexpr DWORD replyLimitMs = 10000;
+
+} // namespace
+
+std::shared_ptr<ClientConnection> ClientConnection::Open(std::uint32_t busyMs, const std::string& managerId,
+                                                         std::uint32_t acquaintance,
+                                                         std::shared_ptr<CallbackTable> callbacks,
+                                                         AgentStatus& status)
+{
+    std::uint32_t error = ERROR_SUCCESS;
+    VzCommon::FileHandle pipe = OpenEndpoint(busyMs, error);
+    if (!pipe)
+    {
+        status = Status::FromSystemError(error);
+        return nullptr;
+    }
+    auto connection = std::make_shared<ClientConnection>(std::move(pipe), std::move(callbacks));
+    status = connection->Introduce(managerId, acquaintance);
+    if (!Status::Failed(status) && !connection->StartReading())
+    {
+        status = Status::OutOfMemory;
+    }
+    return Status::Failed(status) ? nullptr : connection;
+}
+
+ClientConnection::ClientConnection(VzCommon::FileHandle pipe, std::shared_ptr<CallbackTable> callbacks)
+    : m_pipe(std::move(pipe), MessagePipe::Notify::Event), m_callbacks(std::move(callbacks)),
+      m_workers(std::make_shared<WorkerPool>())
+{
+}
+
+AgentStatus ClientConnection::Introduce(const std::string& managerId, std::uint32_t acquaintance)
+{
+    FrameHeader header;
+    header.kind = FrameKind::Introduction;
+    header.second = acquaintance;
+    header.SetTrackingId(managerId);
+    Frame welcome;
+    std::uint32_t error = m_pipe.Write(header, {}, welcomeLimitMs);
+    error = error == ERROR_SUCCESS ? m_pipe.BeginRead() : error;
+    error = error == ERROR_SUCCESS ? m_pipe.FinishRead(welcome, welcomeLimitMs) : error;
+    if (error == ERROR_SUCCESS && welcome.header.kind != FrameKind::Welcome)
+    {
+        error = ERROR_INVALID_DATA;
+    }
+    return error == ERROR_SUCCESS ? welcome.header.status : Status::FromSystemError(error);
+}
+
+bool ClientConnection::StartReading()
+{
+    return StartDetachedThread([self = shared_from_this()] { self->ReadAll(); });
+}
+
+AgentStatus ClientConnection::Call(FrameHeader header, std::span<const std::uint8_t> message, Frame& answer)
+{
+    Waiting waiting;
+    {
+        const std::lock_guard hold(m_lock);
+        if (m_lostBy != ERROR_SUCCESS)
+        {
+            return Status::FromSystemError(m_lostBy);
+        }
+        header.id = m_nextCall++;
+        m_waiting.emplace(header.id, &waiting);
+    }
+    if (const std::uint32_t error = m_pipe.Write(header, message, INFINITE); error != ERROR_SUCCESS)
+    {
+        Lose(error);
+        m_pipe.Cancel();
+    }
+    std::unique_lock hold(m_lock);
+    waiting.wake.Wait(hold, [&] { return waiting.answered || m_lostBy != ERROR_SUCCESS; });
+    m_waiting.erase(header.id);
+    if (!waiting.answered)
+    {
+        return Status::FromSystemError(m_lostBy);
+    }
+    answer = std::move(waiting.answer);
+    return answer.header.status;
+}
+
+bool ClientConnection::IsLost()
+{
+    const std::lock_guard hold(m_lock);
+    return m_lostBy != ERROR_SUCCESS;
+}
+
+void ClientConnection::Close()
+{
+    m_workers->Stop();
+    m_pipe.Cancel(); // the reader does the rest
+}
+
+void ClientConnection::ReadAll()
+{
+    std::uint32_t error = ERROR_SUCCESS;
+    while (error == ERROR_SUCCESS)
+    {
+        Frame frame;
+        error = m_pipe.BeginRead();
+        error = error == ERROR_SUCCESS ? m_pipe.FinishRead(frame, INFINITE) : error;
+        if (error == ERROR_SUCCESS && !Accept(std::move(frame)))
+        {
+            error = ERROR_INVALID_DATA;
+        }
+    }
+    Lose(error);
+    m_pipe.Close();
+    m_workers->Stop();
+}
+
+bool ClientConnection::Accept(Frame frame)
+{
+    switch (frame.header.kind)
+    {
+    case FrameKind::Answer: TakeAnswer(std::move(frame)); return true;
+    case FrameKind::CallBack: TakeCallback(std::move(frame)); return true;
+    default: return false;
+    }
+}
+
+void ClientConnection::TakeAnswer(Frame frame)
+{
+    const std::lock_guard hold(m_lock);
+    const auto found = m_waiting.find(frame.header.id);
+    if (found != m_waiting.end() && !found->second->answered)
+    {
+        found->second->answer = std::move(frame);
+        found->second->answered = true;
+        found->second->wake.WakeOne();
+    }
+}
+
+void ClientConnection::TakeCallback(Frame frame)
+{
+    const std::uint64_t id = frame.header.id;
+    auto shared = std::make_shared<Frame>(std::move(frame));
+    if (!m_workers->Submit([self = shared_from_this(), shared] { self->RunCallback(*shared); }))
+    {
+        Reply(id, Status::FromSystemError(ERROR_BUSY), {});
+    }
+}
+
+void ClientConnection::RunCallback(const Frame& frame)
+{
+    const CallbackTable::Callback callback = m_callbacks->Find(frame.header.TrackingId());
+    if (callback == nullptr)
+    {
+        Reply(frame.header.id, Status::FromSystemError(ERROR_NOT_FOUND), {});
+        return;
+    }
+    const CallbackRun run(callback, frame);
+    Reply(frame.header.id, run.Result(), run.Message());
+}
+
+void ClientConnection::Reply(std::uint64_t id, AgentStatus status, std::span<const std::uint8_t> message)
+{
+    FrameHeader header;
+    header.kind = FrameKind::Reply;
+    header.id = id;
+    header.status = status;
+    // A service that is gone needs none; one that does not take it is noticed by the reader or not at all.
+    static_cast<void>(m_pipe.Write(header, message, replyLimitMs));
+}
+
+void ClientConnection::Lose(std::uint32_t error)
+{
+    const std::lock_guard hold(m_lock);
+    m_lostBy = m_lostBy != ERROR_SUCCESS ? m_lostBy : error;
+    for (const auto& [id, waiting] : m_waiting)
+    {
+        waiting->wake.WakeOne();
+    }
+}
+
+} // namespace SvcLink

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "CallbackTable.h"
+#include "MessagePipe.h"
+#include "VzComn_AgentStatus.h"
+#include "WorkerPool.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace SvcLink
+{
+
+// One connection to the service, from the welcome to its end. A thread of its own reads: it wakes the callers
+// whose answers come and hands callbacks to the workers. Its threads hold it alive; Close lets them go.
+class ClientConnection : public std::enable_shared_from_this<ClientConnection>
+{
+public:
+    // Opens the endpoint and introduces the manager. Null on failure, with the status.
+    [[nodiscard]] static std::shared_ptr<ClientConnection>
+    Open(std::uint32_t busyMs, const std::string& managerId, std::uint32_t acquaintance,
+         std::shared_ptr<CallbackTable> callbacks, AgentStatus& status);
+
+    ClientConnection(VzCommon::FileHandle pipe, std::shared_ptr<CallbackTable> callbacks);
+
+    // Sends a call and waits for its answer. Negative if none came; otherwise the answer's status.
+    [[nodiscard]] AgentStatus Call(FrameHeader header, std::span<const std::uint8_t> message, Frame& answer);
+
+    [[nodiscard]] bool IsLost();
+
+    // Any thread. Does not wait for callbacks.
+    void Close();
+
+private:
+    struct Waiting
+    {
+        bool answered = false;
+        Frame answer;
+        Condition wake;
+    };
+
+    AgentStatus Introduce(const std::string& managerId, std::uint32_t acquaintance);
+    [[nodiscard]] bool StartReading();
+    void ReadAll();
+    [[nodiscard]] bool Accept(Frame frame);
+    void TakeAnswer(Frame frame);
+    void TakeCallback(Frame frame);
+    void RunCallback(const Frame& frame);
+    void Reply(std::uint64_t id, AgentStatus status, std::span<const std::uint8_t> message);
+
+    // No call waits from here on. The first error stays.
+    void Lose(std::uint32_t error);
+
+    MessagePipe m_pipe;
+    std::shared_ptr<CallbackTable> m_callbacks;
+    std::shared_ptr<WorkerPool> m_workers;
+
+    SlimLock m_lock;
+    std::map<std::uint64_t, Waiting*> m_waiting; // Weak. By the call's id. Guarded by m_lock, as all below.
+    std::uint64_t m_nextCall = 1;
+    std::uint32_t m_lostBy = 0; // the error that ended the connection
+};
+
+} // namespace SvcLink

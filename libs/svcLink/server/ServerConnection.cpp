@@ -1,0 +1,118 @@
+#include "ServerConnection.h"
+
+#include "ServerLimits.h"
+#include "VzComn_AgentStatus.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace SvcLink
+{
+
+namespace
+{
+
+constexpr AgentStatus statusGone = Status::FromSystemError(ERROR_NETWORK_UNREACHABLE);
+constexpr AgentStatus statusTimedOut = Status::FromSystemError(ERROR_TIMEOUT);
+constexpr AgentStatus statusTooLarge = Status::FromSystemError(ERROR_INSUFFICIENT_BUFFER);
+
+} // namespace
+
+bool ServerConnection::Identify(std::uint64_t id)
+{
+    ULONG processId = 0;
+    DWORD sessionId = 0;
+    if (!GetNamedPipeClientProcessId(pipe.Get(), &processId) || !ProcessIdToSessionId(processId, &sessionId))
+    {
+        return false;
+    }
+    client = {id, processId, sessionId};
+    return true;
+}
+
+bool ServerConnection::BeginCall(std::size_t messageSize)
+{
+    const std::lock_guard hold(m_lock);
+    if (m_calls >= MaxCallsOfClient || m_callBytes + messageSize > MaxCallBytesOfClient)
+    {
+        return false;
+    }
+    ++m_calls;
+    m_callBytes += messageSize;
+    return true;
+}
+
+bool ServerConnection::EndCall(std::size_t messageSize)
+{
+    const std::lock_guard hold(m_lock);
+    --m_calls;
+    m_callBytes -= messageSize;
+    return m_gone && m_calls == 0;
+}
+
+bool ServerConnection::MarkGone()
+{
+    const std::lock_guard hold(m_lock);
+    m_gone = true;
+    for (const auto& [id, waiting] : m_waiting)
+    {
+        waiting->wake.WakeOne();
+    }
+    return m_calls == 0;
+}
+
+std::uint32_t ServerConnection::Send(const FrameHeader& header, std::span<const std::uint8_t> message,
+                                     std::chrono::milliseconds limit)
+{
+    const auto bounded = std::clamp(limit, ShortestWriteLimit, WriteLimit);
+    const std::uint32_t error = pipe.Write(header, message, static_cast<DWORD>(bounded.count()));
+    if (error != ERROR_SUCCESS)
+    {
+        pipe.Cancel();
+    }
+    return error;
+}
+
+Answer ServerConnection::CallBack(const std::string& trackingId, std::span<const std::uint8_t> message,
+                                  std::chrono::milliseconds limit)
+{
+    if (message.size() > MaxMessageSize)
+    {
+        return {statusTooLarge, {}};
+    }
+    const auto end = Condition::Clock::now() + limit;
+    Waiting waiting;
+    FrameHeader header;
+    header.kind = FrameKind::CallBack;
+    header.SetTrackingId(trackingId);
+    {
+        const std::lock_guard hold(m_lock);
+        header.id = m_nextCallback++;
+        m_waiting.emplace(header.id, &waiting);
+    }
+    const bool sent = Send(header, message, limit) == ERROR_SUCCESS;
+
+    std::unique_lock hold(m_lock);
+    const bool inTime = sent && waiting.wake.WaitUntil(hold, end, [&] { return waiting.answered || m_gone; });
+    m_waiting.erase(header.id);
+    if (waiting.answered)
+    {
+        return std::move(waiting.answer);
+    }
+    return {sent && !inTime ? statusTimedOut : statusGone, {}};
+}
+
+void ServerConnection::TakeReply(Frame frame)
+{
+    const std::lock_guard hold(m_lock);
+    const auto found = m_waiting.find(frame.header.id);
+    if (found == m_waiting.end() || found->second->answered)
+    {
+        return;
+    }
+    found->second->answer = {frame.header.status, std::move(frame.message)};
+    found->second->answered = true;
+    found->second->wake.WakeOne();
+}
+
+} // namespace SvcLink

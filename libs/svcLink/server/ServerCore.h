@@ -1,0 +1,72 @@
+#pragma once
+
+#include "ServerConnection.h"
+#include "SlimLock.h"
+#include "VzComn_Handle.h"
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace SvcLink
+{
+
+// The endpoint and its threads between Start and Stop. The threads share one completion port. Whoever gets a
+// frame begins the connection's next read and then runs the call itself, so that a call needs no change of
+// threads; there is always one more thread at the port than are busy.
+class ServerCore : public std::enable_shared_from_this<ServerCore>
+{
+public:
+    explicit ServerCore(Handler& handler) : m_handler(handler) {}
+
+    [[nodiscard]] bool Start(std::uint32_t& error);
+
+    // Waits for calls of the handler and for the threads.
+    void Stop();
+
+    // Null if there is none.
+    [[nodiscard]] std::shared_ptr<ServerConnection> Find(std::uint64_t clientId);
+
+private:
+    using Connection = std::shared_ptr<ServerConnection>;
+
+    bool AddThread();
+    void RunThread();
+    bool WaitForWork();
+    std::uint32_t PatienceMs();
+    bool StayIdle();
+    bool LeaveIdle();
+    void Dispatch(ServerConnection& connection, DWORD bytes, std::uint32_t error);
+
+    // Make an instance of the pipe wait for a client.
+    [[nodiscard]] std::uint32_t Listen(bool first);
+    void ListenAgain();
+
+    // The reader's turn. Each ends with the next read begun or the connection ended.
+    void OnClient(const Connection& connection, std::uint32_t error);
+    void OnFrame(const Connection& connection, DWORD bytes, std::uint32_t error);
+    void OnIntroduction(const Connection& connection, const Frame& frame);
+    void OnCall(const Connection& connection, Frame frame);
+    void ReadOn(const Connection& connection);
+
+    void RunCall(const Connection& connection, Frame frame);
+    void End(const Connection& connection);
+    void Forget(const Connection& connection);
+
+    Handler& m_handler;
+    std::wstring m_name;
+    VzCommon::KernelHandle m_port;
+
+    SlimLock m_lock;
+    Condition m_changed;                           // for Stop
+    bool m_stopping = false;                       // Guarded by m_lock, as all below.
+    std::map<std::uint64_t, Connection> m_clients; // with those that are gone but have calls under way
+    Connection m_listening;
+    std::uint64_t m_nextClient = 1;
+    std::uint32_t m_threads = 0;
+    std::uint32_t m_idle = 0;
+};
+
+} // namespace SvcLink

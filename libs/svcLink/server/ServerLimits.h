@@ -1,0 +1,29 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+// What one client may take of the service.
+namespace SvcLink
+{
+
+// Calls under way at once, and the bytes of their messages. A call beyond is answered with 0xE0FE00AA (busy).
+inline constexpr std::uint32_t MaxCallsOfClient = 256;
+inline constexpr std::uint64_t MaxCallBytesOfClient = 256ULL * 1024 * 1024;
+
+// Clients at once. One more is cut off.
+inline constexpr std::size_t MaxClients = 1024;
+
+// A client that does not take a frame within this time is cut off.
+inline constexpr std::chrono::milliseconds WriteLimit{10000};
+
+// Even if a callback has less time than that: a client is not cut off for a short limit.
+inline constexpr std::chrono::milliseconds ShortestWriteLimit{1000};
+
+// A thread without work ends after this time, unless it is the last one at the port.
+inline constexpr std::uint32_t ThreadIdleMs = 10000;
+
+// How long until it is tried again to make an instance of the pipe, when the system had no means for one.
+inline constexpr std::uint32_t ListenRetryMs = 500;
+
+} // namespace SvcLink

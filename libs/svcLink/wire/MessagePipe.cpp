@@ -1,0 +1,228 @@
+#include "MessagePipe.h"
+
+#include <cstring>
+#include <mutex>
+#include <new>
+#include <shared_mutex>
+#include <utility>
+
+namespace SvcLink
+{
+
+namespace
+{
+
+// What a connection reads at once. It begins small; a connection that carries larger frames gets more, up to
+// the second.
+constexpr DWORD smallFirst = 4 * 1024;
+constexpr DWORD largeFirst = 68 * 1024;
+
+// A frame of this size goes out without memory of its own.
+constexpr std::size_t smallFrame = 4 * 1024;
+
+// The rest of a frame whose beginning is here is here as well: no more than a guard.
+constexpr DWORD restLimitMs = 10000;
+
+// An event with this mark reports to no completion port.
+HANDLE NotToPort(HANDLE event)
+{
+    return reinterpret_cast<HANDLE>(reinterpret_cast<ULONG_PTR>(event) | 1);
+}
+
+} // namespace
+
+MessagePipe::MessagePipe(VzCommon::FileHandle pipe, Notify notify)
+    : m_pipe(std::move(pipe)), m_first(std::make_unique_for_overwrite<std::uint8_t[]>(smallFirst)),
+      m_firstSize(smallFirst)
+{
+    if (notify == Notify::Event)
+    {
+        m_readEvent = VzCommon::KernelHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    }
+}
+
+OVERLAPPED* MessagePipe::ReaderOverlapped()
+{
+    m_read = {};
+    m_read.hEvent = m_readEvent.Get();
+    return &m_read;
+}
+
+std::uint32_t MessagePipe::Write(FrameHeader header, std::span<const std::uint8_t> message, DWORD limitMs)
+{
+    if (message.size() > MaxFrameMessage)
+    {
+        return ERROR_INSUFFICIENT_BUFFER;
+    }
+    header.length = static_cast<std::uint32_t>(message.size());
+    const std::size_t size = sizeof header + message.size();
+    std::uint8_t small[smallFrame];
+    std::unique_ptr<std::uint8_t[]> large;
+    if (size > sizeof small)
+    {
+        large.reset(new (std::nothrow) std::uint8_t[size]);
+        if (!large)
+        {
+            return ERROR_NOT_ENOUGH_MEMORY;
+        }
+    }
+    std::uint8_t* const frame = large ? large.get() : small;
+    std::memcpy(frame, &header, sizeof header);
+    if (!message.empty())
+    {
+        std::memcpy(frame + sizeof header, message.data(), message.size());
+    }
+    const std::shared_lock inUse(m_useLock);
+    return Transfer(true, frame, static_cast<DWORD>(size), limitMs);
+}
+
+std::uint32_t MessagePipe::Transfer(bool write, void* bytes, DWORD size, DWORD limitMs)
+{
+    if (!m_pipe || m_cancelled)
+    {
+        return ERROR_OPERATION_ABORTED;
+    }
+    VzCommon::KernelHandle event = TakeEvent();
+    if (!event)
+    {
+        return GetLastError();
+    }
+    OVERLAPPED overlapped{};
+    overlapped.hEvent = NotToPort(event.Get());
+    const BOOL done = write ? WriteFile(m_pipe.Get(), bytes, size, nullptr, &overlapped)
+                            : ReadFile(m_pipe.Get(), bytes, size, nullptr, &overlapped);
+    std::uint32_t error = done ? ERROR_SUCCESS : GetLastError();
+    DWORD transferred = 0;
+    if (error == ERROR_IO_PENDING)
+    {
+        // Either Cancel meets this operation, or it is seen here that Cancel was there.
+        const bool late = m_cancelled || WaitForSingleObject(event.Get(), limitMs) != WAIT_OBJECT_0;
+        if (late)
+        {
+            CancelIoEx(m_pipe.Get(), &overlapped);
+        }
+        error = GetOverlappedResult(m_pipe.Get(), &overlapped, &transferred, TRUE) ? ERROR_SUCCESS
+                                                                                   : GetLastError();
+        error = late && error != ERROR_SUCCESS && !m_cancelled ? ERROR_TIMEOUT : error;
+    }
+    else if (error == ERROR_SUCCESS)
+    {
+        transferred = static_cast<DWORD>(overlapped.InternalHigh);
+    }
+    GiveEvent(std::move(event));
+    return error == ERROR_SUCCESS && transferred != size ? ERROR_INVALID_DATA : error;
+}
+
+std::uint32_t MessagePipe::BeginRead()
+{
+    if (!ReadFile(m_pipe.Get(), m_first.get(), m_firstSize, nullptr, ReaderOverlapped()))
+    {
+        const std::uint32_t error = GetLastError();
+        if (error != ERROR_IO_PENDING && error != ERROR_MORE_DATA)
+        {
+            return error;
+        }
+    }
+    if (m_cancelled)
+    {
+        CancelIoEx(m_pipe.Get(), &m_read);
+    }
+    return ERROR_SUCCESS;
+}
+
+std::uint32_t MessagePipe::FinishRead(Frame& frame, DWORD limitMs)
+{
+    const bool late = limitMs != INFINITE && WaitForSingleObject(m_readEvent.Get(), limitMs) != WAIT_OBJECT_0;
+    if (late)
+    {
+        Cancel();
+    }
+    DWORD bytes = 0;
+    const std::uint32_t error =
+        GetOverlappedResult(m_pipe.Get(), &m_read, &bytes, TRUE) ? ERROR_SUCCESS : GetLastError();
+    return late ? ERROR_TIMEOUT : Take(bytes, error, frame);
+}
+
+std::uint32_t MessagePipe::Take(DWORD bytes, std::uint32_t error, Frame& frame)
+{
+    if (error != ERROR_SUCCESS && error != ERROR_MORE_DATA)
+    {
+        return error;
+    }
+    DWORD rest = 0;
+    if (error == ERROR_MORE_DATA && !PeekNamedPipe(m_pipe.Get(), nullptr, 0, nullptr, nullptr, &rest))
+    {
+        return GetLastError();
+    }
+    const std::span<const std::uint8_t> first(m_first.get(), bytes);
+    const std::size_t frameSize = std::size_t{bytes} + rest;
+    if (!ReadHeader(first, frameSize, frame.header))
+    {
+        return ERROR_INVALID_DATA;
+    }
+    try
+    {
+        frame.message.reserve(frame.header.length);
+        frame.message.assign(first.begin() + sizeof(FrameHeader), first.end());
+        frame.message.resize(frame.header.length);
+        Adapt(frameSize);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+    return rest == 0 ? ERROR_SUCCESS : ReadRest(std::span(frame.message).last(rest));
+}
+
+std::uint32_t MessagePipe::ReadRest(std::span<std::uint8_t> rest)
+{
+    return Transfer(false, rest.data(), static_cast<DWORD>(rest.size()), restLimitMs);
+}
+
+void MessagePipe::Adapt(std::size_t frameSize)
+{
+    if (frameSize > m_firstSize && m_firstSize < largeFirst)
+    {
+        m_first = std::make_unique_for_overwrite<std::uint8_t[]>(largeFirst);
+        m_firstSize = largeFirst;
+    }
+}
+
+void MessagePipe::Cancel()
+{
+    const std::shared_lock inUse(m_useLock);
+    m_cancelled = true;
+    if (m_pipe)
+    {
+        CancelIoEx(m_pipe.Get(), nullptr);
+    }
+}
+
+void MessagePipe::Close()
+{
+    Cancel();
+    const std::unique_lock alone(m_useLock);
+    m_pipe.Reset();
+}
+
+VzCommon::KernelHandle MessagePipe::TakeEvent()
+{
+    {
+        const std::lock_guard hold(m_eventLock);
+        if (!m_events.empty())
+        {
+            VzCommon::KernelHandle event = std::move(m_events.back());
+            m_events.pop_back();
+            return event;
+        }
+    }
+    return VzCommon::KernelHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+}
+
+void MessagePipe::GiveEvent(VzCommon::KernelHandle event)
+{
+    const std::lock_guard hold(m_eventLock);
+    m_events.push_back(std::move(event));
+}
+
+} // namespace SvcLink
