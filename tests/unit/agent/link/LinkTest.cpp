@@ -1,0 +1,80 @@
+#include "LinkTest.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "ObjectCounts.h"
+
+namespace
+{
+std::atomic<bool> g_noMemory = false;
+}
+
+// Takes the place of the runtime's: the allocation that the program makes without throwing.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return g_noMemory ? nullptr : std::malloc(size);
+}
+
+NoMemory::NoMemory()
+{
+    g_noMemory = true;
+}
+
+NoMemory::~NoMemory()
+{
+    g_noMemory = false;
+}
+
+LinkTest::LinkTest()
+{
+    static_cast<void>(NobodyWatches()); // the first look tells how many threads there are without
+    ResetLink();
+    TheCommand() = {};
+}
+
+LinkTest::~LinkTest()
+{
+    TheLink().LetGo();
+    EXPECT_TRUE(TestSupport::WaitUntil(&NobodyWatches));
+}
+
+std::vector<std::wstring> LinkTest::Statements() const
+{
+    std::vector<std::wstring> texts = log.Texts();
+    std::erase_if(texts, [](const std::wstring& text) { return text.starts_with(L"[INFO],["); });
+    return texts;
+}
+
+std::size_t LinkTest::Count(const std::wstring& statement) const
+{
+    const std::vector<std::wstring> texts = Statements();
+    return static_cast<std::size_t>(std::count(texts.begin(), texts.end(), statement));
+}
+
+bool LinkTest::NobodyWatches()
+{
+    static const std::size_t threads = TestSupport::CountObjects().threads;
+    return TestSupport::CountObjects().threads <= threads;
+}
+
+std::unique_ptr<CVzRpcClientHelper> LinkTest::MakeHelper()
+{
+    return std::make_unique<CVzRpcClientHelper>(0, RpcClientProduct);
+}
+
+CommandNote& TheCommand()
+{
+    static CommandNote note;
+    return note;
+}
+
+AgentStatus NoteCommand(QxCommon::JsonDb& command)
+{
+    ++TheCommand().calls;
+    TheCommand().text = command.ToFastString();
+    command[L"retCode"].SetInt(TheCommand().status);
+    return TheCommand().status;
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "FakeLink.h"
+#include "LogCapture.h"
+#include "MessageBytes.h"
+#include "OuterClientHelper.h"
+#include "OuterClientState.h"
+#include "WaitUntil.h"
+
+// A test of the client helper: a healthy service, no connection, and the log.
+class LinkTest : public ::testing::Test
+{
+protected:
+    LinkTest();
+    ~LinkTest() override;
+
+    // The statements so far, without the functions' traces.
+    [[nodiscard]] std::vector<std::wstring> Statements() const;
+
+    // How often a statement stands in the log.
+    [[nodiscard]] std::size_t Count(const std::wstring& statement) const;
+
+    // Whether the threads that watch the service have all ended.
+    [[nodiscard]] static bool NobodyWatches();
+
+    static std::unique_ptr<CVzRpcClientHelper> MakeHelper();
+
+    TestSupport::LogCapture log{0x0111};
+};
+
+// The command function of the tests: notes what it gets and gives what it is told.
+struct CommandNote
+{
+    int calls = 0;
+    std::wstring text; // of the last command
+    AgentStatus status = Status::Success;
+};
+
+[[nodiscard]] CommandNote& TheCommand();
+AgentStatus NoteCommand(QxCommon::JsonDb& command);
+
+// For the length of a scope no allocation that must not throw succeeds.
+class NoMemory
+{
+public:
+    NoMemory();
+    ~NoMemory();
+
+    NoMemory(const NoMemory&) = delete;
+    NoMemory& operator=(const NoMemory&) = delete;
+};
+
+inline constexpr wchar_t TestClientName[] = L"QxSystemTray";
