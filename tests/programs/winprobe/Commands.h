@@ -17,5 +17,6 @@ using Command = std::function<Records(const Record& request)>;
 using CommandTable = std::map<std::wstring, Command>;
 
 void AddWindowCommands(CommandTable& table);
+void AddOwnWindowCommands(CommandTable& table);
 void AddObjectCommands(CommandTable& table);
 void AddProcessCommands(CommandTable& table);

@@ -18,6 +18,7 @@ int main()
 {
     CommandTable table;
     AddWindowCommands(table);
+    AddOwnWindowCommands(table);
     AddObjectCommands(table);
     AddProcessCommands(table);
 
