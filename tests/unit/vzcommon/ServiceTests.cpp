@@ -1,8 +1,8 @@
 // The client of the service manager against real services.
 #include "VzComn_Service.h"
 
+#include "InstalledService.h"
 #include "ObjectCounts.h"
-#include "TestProgram.h"
 #include "UniqueName.h"
 #include "WaitUntil.h"
 
@@ -12,44 +12,30 @@
 
 #include <winsvc.h>
 
+#include <optional>
 #include <string>
 
 namespace
 {
 
-using VzCommon::KernelHandle;
-using VzCommon::ServiceHandle;
+using TestSupport::InstalledService;
 using VzCommon::Service::Base;
 
 constexpr std::uint32_t rounds = 2000;
 constexpr std::uint32_t intervalMs = 5;
 
-// Installs the test service under a name of its own and takes it away again, running or not.
+// Installs the test service under a name of its own.
 class ServiceTest : public testing::Test
 {
 protected:
-    ~ServiceTest() override
-    {
-        if (m_installed)
-        {
-            End();
-            DeleteService(m_installed.Get());
-        }
-    }
-
     void Install(const std::wstring& mode, DWORD startType = SERVICE_DEMAND_START)
     {
-        const std::wstring program = TestSupport::TestProgram(L"TestService", L"TestService.exe");
-        InstallCommand(L'"' + program + L"\" " + name + L' ' + mode, startType);
+        m_installed.emplace(name, mode, startType);
     }
 
     void InstallCommand(const std::wstring& command, DWORD startType)
     {
-        m_manager.Reset(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-        m_installed.Reset(CreateServiceW(m_manager.Get(), name.c_str(), name.c_str(), SERVICE_ALL_ACCESS,
-                                         SERVICE_WIN32_OWN_PROCESS, startType, SERVICE_ERROR_NORMAL,
-                                         command.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr));
-        ASSERT_TRUE(static_cast<bool>(m_installed)) << GetLastError();
+        m_installed.emplace(name, InstalledService::Command{command}, startType);
     }
 
     void ConnectAndOpen()
@@ -75,23 +61,7 @@ protected:
     std::uint32_t error = 4711;
 
 private:
-    void End()
-    {
-        SERVICE_STATUS_PROCESS status{};
-        DWORD size = 0;
-        QueryServiceStatusEx(m_installed.Get(), SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status),
-                             sizeof(status), &size);
-        if (status.dwProcessId == 0)
-        {
-            return;
-        }
-        const KernelHandle process(OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, status.dwProcessId));
-        TerminateProcess(process.Get(), 0);
-        WaitForSingleObject(process.Get(), 30000);
-    }
-
-    ServiceHandle m_manager;
-    ServiceHandle m_installed;
+    std::optional<InstalledService> m_installed;
 };
 
 } // namespace
