@@ -1,4 +1,5 @@
-"""What the end-to-end tests share: one desktop a test file, one copy of the staged product a test."""
+"""What the end-to-end tests share: one desktop with running host services a test file, one copy of the staged
+product a test."""
 
 from __future__ import annotations
 
@@ -10,6 +11,7 @@ from pathlib import Path
 import pytest
 
 from desktop import Desktop, private_desktop
+from host import PRODUCT_IDS, HostService
 from product import Product, copy_product
 
 _ROOT = Path(__file__).parents[2]
@@ -21,7 +23,19 @@ _EVIDENCE = _ROOT / "out/e2e"
 def desktop(request: pytest.FixtureRequest) -> Iterator[Desktop]:
     winprobe = Path(os.environ["QX_WINPROBE"])
     with private_desktop(f"e2e-{request.path.stem}-{os.getpid()}", winprobe) as running:
+        if not getattr(request.module, "OWN_SERVICES", False):
+            _start_services(running)
         yield running
+
+
+def _start_services(desktop: Desktop) -> None:
+    """An agent does not start without the service of its product. A test file that says OWN_SERVICES runs the
+    services itself."""
+    staged = Product(desktop, _STAGE, _EVIDENCE)
+    for suffix in PRODUCT_IDS:
+        service = HostService(staged, suffix)
+        service.install()
+        service.start()
 
 
 @pytest.fixture

@@ -173,5 +173,5 @@ def private_desktop(name: str, winprobe: Path) -> Iterator[Desktop]:
 
 
 def console_command_line(console: Window) -> str:
-    """The command line that the console was started with, read from its window."""
-    return console.text_of_child("Edit")
+    """The command line that the console was started with, read from its window as soon as that answers."""
+    return wait_until(lambda: console.text_of_child("Edit"), "the console's command line")

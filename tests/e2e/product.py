@@ -136,12 +136,17 @@ class Product:
 
     def log_text(self) -> str:
         files = sorted(self.log_folder.glob("*")) if self.log_folder.is_dir() else []
-        return "".join(file.read_text("utf-8", errors="replace") for file in files if file.is_file())
+        contents = (file.read_bytes() for file in files if file.is_file())
+        return b"".join(contents).decode("utf-8", errors="replace")
+
+    def all_log_lines(self) -> list[str]:
+        """The lines whole: JSON text in a line keeps its own line feeds."""
+        return self.log_text().split("\r\n")[:-1]
 
     def log_lines(self, text: str, process: Process | None = None) -> list[str]:
         """The lines that hold the text, all or those of one process."""
         writer = "" if process is None else f" {process.number:04x}:"
-        return [line for line in self.log_text().splitlines() if text in line and writer in line]
+        return [line for line in self.all_log_lines() if text in line and writer in line]
 
     def wait_for_log(self, text: str, process: Process | None = None, limit: float = 30.0) -> list[str]:
         wait_until(lambda: self.log_lines(text, process), f"<{text}> in the log", limit)

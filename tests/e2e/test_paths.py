@@ -19,9 +19,6 @@ NAMES = [
     ("Agent_b.exe", "Brisketta"),
     ("a_b_M.exe", "Melvio"),
     ("a_.exe", "Oravex"),
-    ("my_copy.exe", ""),
-    ("a_EndFlag.exe", ""),
-    ("a_M.x.exe", ""),
 ]
 
 
@@ -43,6 +40,15 @@ def test_the_file_name_tells_the_product(product: Product, name: str, product_id
         assert process.wait() == 0
     finally:
         process.terminate()
+
+
+@pytest.mark.parametrize("name", ["my_copy.exe", "a_EndFlag.exe", "a_M.x.exe"])
+def test_a_program_of_no_product_finds_no_service_and_ends(product: Product, name: str) -> None:
+    process = product.start(name=renamed(product, name))
+    assert process.wait() == 0
+    assert product.log_lines(" VzCommon::Service::Base::Open() failed: 0x00000424 - ", process)
+    assert product.log_lines(": [ERROR] Check QX service failed with 0xe0fe0424 - ", process)
+    assert product.has_ended("")
 
 
 @pytest.mark.parametrize("name, product_id", [row for row in NAMES if row[1] == "Melvio"])
