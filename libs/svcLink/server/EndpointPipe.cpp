@@ -16,10 +16,21 @@ namespace
 // could answer in the service's place.
 constexpr wchar_t rights[] = L"D:P(D;;GA;;;NU)(A;;GA;;;SY)(A;;GA;;;BA)(A;;0x12019b;;;IU)";
 
+// Some systems take the flag for a first instance and do not heed it.
+bool IsTaken(const std::wstring& name)
+{
+    return WaitNamedPipeW(name.c_str(), 1) || GetLastError() != ERROR_FILE_NOT_FOUND;
+}
+
 } // namespace
 
 VzCommon::FileHandle MakeEndpointPipe(const std::wstring& name, bool first, std::uint32_t& error)
 {
+    if (first && IsTaken(name))
+    {
+        error = ERROR_ACCESS_DENIED;
+        return {};
+    }
     VzCommon::LocalMemory descriptor;
     if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(rights, SDDL_REVISION_1, descriptor.Put(),
                                                               nullptr))

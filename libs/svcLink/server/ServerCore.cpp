@@ -13,6 +13,19 @@
 namespace SvcLink
 {
 
+namespace
+{
+
+bool IsIntroduction(const Frame& frame)
+{
+    const std::uint32_t acquaintance = frame.header.second;
+    return frame.header.kind == FrameKind::Introduction && frame.message.empty() &&
+           frame.header.TrackingId().size() == TrackingIdSize &&
+           (acquaintance == Acquaintance::New || acquaintance == Acquaintance::Known);
+}
+
+} // namespace
+
 bool ServerCore::Start(std::uint32_t& error)
 {
     m_name = EndpointName();
@@ -254,8 +267,7 @@ void ServerCore::OnFrame(const Connection& connection, DWORD bytes, std::uint32_
         connection->TakeReply(std::move(frame));
         ReadOn(connection);
     }
-    else if (connection->stage == ServerConnection::Stage::Introducing &&
-             frame.header.kind == FrameKind::Introduction)
+    else if (connection->stage == ServerConnection::Stage::Introducing && IsIntroduction(frame))
     {
         OnIntroduction(connection, frame);
     }

@@ -34,14 +34,18 @@ Server::~Server()
 
 bool Server::Start(std::uint32_t& error)
 {
-    auto core = std::make_shared<ServerCore>(m_implementation->handler);
-    if (!core->Start(error))
+    const std::lock_guard hold(m_implementation->lock);
+    if (m_implementation->core)
     {
+        error = ERROR_SERVICE_ALREADY_RUNNING;
         return false;
     }
-    const std::lock_guard hold(m_implementation->lock);
-    m_implementation->core = std::move(core);
-    return true;
+    auto core = std::make_shared<ServerCore>(m_implementation->handler);
+    if (core->Start(error))
+    {
+        m_implementation->core = std::move(core);
+    }
+    return m_implementation->core != nullptr;
 }
 
 void Server::Stop()

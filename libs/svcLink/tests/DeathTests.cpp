@@ -1,0 +1,164 @@
+// Either end is killed while the other is busy with it.
+#include "LinkTest.h"
+
+#include "Names.h"
+#include "Processes.h"
+#include "QxCommon_utility.h"
+#include "VzComn_Handle.h"
+#include "WaitUntil.h"
+#include "programs/HostCommands.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <optional>
+#include <thread>
+
+using TestSupport::WaitUntil;
+
+namespace
+{
+
+constexpr std::int32_t success = 0x20FF0000;
+constexpr auto unknownClient = static_cast<std::int32_t>(0xE0010803);
+
+std::atomic<int> g_inside = 0;
+std::atomic<bool> g_release = false;
+
+std::int32_t Wait(const char* /*trackingId*/, const CRpcCommandResult& /*in*/, CRpcCommandResult& /*out*/)
+{
+    ++g_inside;
+    EXPECT_TRUE(WaitUntil([] { return g_release.load(); }));
+    --g_inside;
+    return success;
+}
+
+// A manager that the host has answered.
+Manager ConnectToHost()
+{
+    Manager manager;
+    EXPECT_TRUE(WaitUntil(
+        [&]
+        {
+            manager = Connect();
+            return Execute(*manager, 0x2051, {}).status == success;
+        }));
+    return manager;
+}
+
+int CallsUnderWay(CRpcClientManager& manager)
+{
+    return Execute(manager, HostCommand::Count, {}).status - success - 1;
+}
+
+class DeathTest : public testing::Test
+{
+protected:
+    DeathTest()
+    {
+        g_inside = 0;
+        g_release = false;
+        host.emplace(Beside(L"LinkHost.exe"));
+    }
+
+    ~DeathTest() override
+    {
+        g_release = true;
+        host.reset();
+        // What the killed host could not remove.
+        for (const wchar_t* value : {SvcLink::ConsoleHostValue, SvcLink::ConsoleHostTimeValue})
+        {
+            RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, QxCommon::GetProductRegistryKey().c_str(), value);
+        }
+    }
+
+    std::optional<Process> host;
+};
+
+} // namespace
+
+TEST_F(DeathTest, AHostKilledWhileIdleIsNoticedByTheNextCall)
+{
+    const Manager manager = ConnectToHost();
+    host->Kill();
+    EXPECT_LT(Execute(*manager, 0x2051, {}).status, 0);
+    host.emplace(Beside(L"LinkHost.exe"));
+    EXPECT_TRUE(WaitUntil([&] { return Execute(*manager, 0x2051, {}).status == unknownClient; }));
+    EXPECT_EQ(Execute(*Connect(), 0x2051, {}).status, success);
+}
+
+TEST_F(DeathTest, AHostKilledDuringCallsFailsAllOfThem)
+{
+    const Manager manager = ConnectToHost();
+    std::vector<std::jthread> callers;
+    for (int i = 0; i < 3; ++i)
+    {
+        callers.emplace_back([&] { EXPECT_LT(Execute(*manager, HostCommand::Hang, {}).status, 0); });
+    }
+    EXPECT_TRUE(WaitUntil([&] { return CallsUnderWay(*manager) == 3; }));
+    host->Kill();
+}
+
+TEST_F(DeathTest, AHostKilledDuringACallbackLeavesTheClientInOrder)
+{
+    Manager manager = ConnectToHost();
+    std::jthread caller([&]
+                        { EXPECT_LT(Execute(*manager, HostCommand::CallBack, {}, &Wait, "me").status, 0); });
+    EXPECT_TRUE(WaitUntil([] { return g_inside == 1; }));
+    host->Kill();
+    caller.join();
+    manager.reset();
+    g_release = true;
+    EXPECT_TRUE(WaitUntil([] { return g_inside == 0; }));
+}
+
+TEST_F(DeathTest, AManagerOfAHungHostIsDestroyedAtOnce)
+{
+    Manager manager = ConnectToHost();
+    host->Suspend();
+    manager.reset();
+    const ULONGLONG start = GetTickCount64();
+    manager = Connect(); // a hung host has clients wait, but not for ever
+    EXPECT_LT(Execute(*manager, 0x2051, {}).status, 0);
+    EXPECT_LT(GetTickCount64() - start, 20000U);
+    manager.reset();
+    host->Resume();
+    EXPECT_EQ(Execute(*ConnectToHost(), 0x2051, {}).status, success);
+}
+
+TEST_F(DeathTest, AClientKilledDuringItsCallbackLeavesTheHostInOrder)
+{
+    const Manager manager = ConnectToHost();
+    for (int round = 0; round < 3; ++round)
+    {
+        Process client(Beside(L"LinkClient.exe"));
+        EXPECT_TRUE(WaitUntil([&] { return CallsUnderWay(*manager) == 1; }));
+        client.Kill();
+        EXPECT_TRUE(WaitUntil([&] { return CallsUnderWay(*manager) == 0; }));
+    }
+    EXPECT_EQ(Execute(*manager, 0x2051, MessageOf(500)).message.size(), 500U);
+}
+
+TEST_F(DeathTest, TheHostSeesTheProcessOfEachClient)
+{
+    const Manager manager = ConnectToHost();
+    const Outcome outcome = Execute(*manager, HostCommand::WhoCalls, {});
+    ASSERT_EQ(outcome.message.size(), 12U);
+}
+
+// The way of a product: nobody but the service control manager says who the host is.
+TEST(InstalledServiceTest, TheProcessThatTheManagerNamesIsAccepted)
+{
+    const VzCommon::ServiceHandle scm(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    const VzCommon::ServiceHandle service(CreateServiceW(
+        scm.Get(), SvcLink::HostServiceName().c_str(), nullptr, SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,
+        SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, (Beside(L"LinkHost.exe") + L" service").c_str(), nullptr,
+        nullptr, nullptr, nullptr, nullptr));
+    ASSERT_TRUE(service) << GetLastError();
+    ASSERT_TRUE(StartServiceW(service.Get(), 0, nullptr)) << GetLastError();
+    EXPECT_EQ(Execute(*ConnectToHost(), 0x2051, MessageOf(100)).message.size(), 100U);
+    SERVICE_STATUS status{};
+    EXPECT_TRUE(ControlService(service.Get(), SERVICE_CONTROL_STOP, &status) || GetLastError() != 0);
+    EXPECT_TRUE(WaitUntil([] { return Execute(*Connect(0), 0x2051, {}).status < 0; }));
+    EXPECT_TRUE(DeleteService(service.Get()));
+}

@@ -1,0 +1,63 @@
+#include "Processes.h"
+
+#include "QxCommon_utility.h"
+
+#include <windows.h>
+
+#include <winternl.h>
+
+#include <stdexcept>
+
+extern "C"
+{
+    NTSTATUS NTAPI NtSuspendProcess(HANDLE process);
+    NTSTATUS NTAPI NtResumeProcess(HANDLE process);
+}
+
+Process::Process(const std::wstring& commandLine)
+{
+    std::wstring line = commandLine;
+    STARTUPINFOW start{};
+    start.cb = sizeof start;
+    PROCESS_INFORMATION made{};
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made))
+    {
+        throw std::runtime_error("the program was not started");
+    }
+    m_process = VzCommon::KernelHandle(made.hProcess);
+    m_id = made.dwProcessId;
+    const VzCommon::KernelHandle thread(made.hThread);
+}
+
+Process::~Process()
+{
+    Kill();
+}
+
+void Process::Kill()
+{
+    TerminateProcess(m_process.Get(), 99);
+    WaitForSingleObject(m_process.Get(), INFINITE);
+}
+
+void Process::Suspend()
+{
+    NtSuspendProcess(m_process.Get());
+}
+
+void Process::Resume()
+{
+    NtResumeProcess(m_process.Get());
+}
+
+unsigned long Process::ExitCode() const
+{
+    DWORD code = 0;
+    GetExitCodeProcess(m_process.Get(), &code);
+    return code;
+}
+
+std::wstring Beside(const std::wstring& file)
+{
+    return L"\"" + QxCommon::AppendName(QxCommon::GetModuleFolder(), file) + L"\"";
+}

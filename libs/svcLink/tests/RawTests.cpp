@@ -1,0 +1,248 @@
+// What a hostile client may write to the pipe itself.
+#include "LinkTest.h"
+
+#include "MessagePipe.h"
+#include "Names.h"
+#include "VzComn_Handle.h"
+#include "WaitUntil.h"
+
+#include <windows.h>
+
+#include <psapi.h>
+
+#include <cstring>
+
+using SvcLink::FrameHeader;
+using SvcLink::FrameKind;
+using TestSupport::WaitUntil;
+
+namespace
+{
+
+constexpr std::int32_t success = 0x20FF0000;
+
+Bytes BytesOfFrame(const FrameHeader& header, std::size_t messageSize = 0)
+{
+    Bytes bytes(sizeof header + messageSize, 0x5A);
+    std::memcpy(bytes.data(), &header, sizeof header);
+    return bytes;
+}
+
+FrameHeader Introduction()
+{
+    FrameHeader header;
+    header.kind = FrameKind::Introduction;
+    header.SetTrackingId(std::string(36, 'r'));
+    return header;
+}
+
+FrameHeader Of(FrameKind kind, std::uint32_t length = 0)
+{
+    FrameHeader header;
+    header.kind = kind;
+    header.length = length;
+    return header;
+}
+
+// The client's end of the pipe, by hand.
+class RawPipe
+{
+public:
+    RawPipe()
+        : m_pipe(CreateFileW(SvcLink::EndpointName().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                             OPEN_EXISTING, 0, nullptr))
+    {
+        EXPECT_TRUE(m_pipe);
+        DWORD mode = PIPE_READMODE_MESSAGE;
+        SetNamedPipeHandleState(m_pipe.Get(), &mode, nullptr, nullptr);
+    }
+
+    [[nodiscard]] bool Write(const Bytes& bytes) const
+    {
+        DWORD written = 0;
+        return WriteFile(m_pipe.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) !=
+               0;
+    }
+
+    // False if the connection has ended.
+    [[nodiscard]] bool Read(FrameHeader& header) const
+    {
+        DWORD read = 0;
+        return ReadFile(m_pipe.Get(), &header, sizeof header, &read, nullptr) ||
+               GetLastError() == ERROR_MORE_DATA;
+    }
+
+    void Introduce() const
+    {
+        FrameHeader welcome;
+        EXPECT_TRUE(Write(BytesOfFrame(Introduction())));
+        EXPECT_TRUE(Read(welcome));
+        EXPECT_EQ(welcome.kind, FrameKind::Welcome);
+        EXPECT_EQ(welcome.status, success);
+    }
+
+private:
+    VzCommon::FileHandle m_pipe;
+};
+
+std::size_t PrivateBytes()
+{
+    PROCESS_MEMORY_COUNTERS counters{};
+    counters.cb = sizeof counters;
+    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return counters.PagefileUsage;
+}
+
+class RawTest : public LinkTest
+{
+protected:
+    RawTest()
+    {
+        StartServer();
+        bystander = Connect();
+    }
+
+    // The bytes end the connection that sent them, and no other.
+    void ExpectEnds(const Bytes& bytes, bool introduced)
+    {
+        const RawPipe pipe;
+        if (introduced)
+        {
+            pipe.Introduce();
+        }
+        // The service may have ended the connection before it had taken all of a large one.
+        EXPECT_TRUE(pipe.Write(bytes) || bytes.size() > SvcLink::PipeBufferSize);
+        FrameHeader answer;
+        EXPECT_FALSE(pipe.Read(answer));
+        EXPECT_EQ(Execute(*bystander, 0x2051, MessageOf(100)).status, success);
+    }
+
+    Manager bystander;
+};
+
+} // namespace
+
+TEST_F(RawTest, AMalformedFrameEndsItsConnection)
+{
+    FrameHeader wrongMagic = Of(FrameKind::Call);
+    wrongMagic.magic ^= 1;
+    FrameHeader wrongVersion = Of(FrameKind::Call);
+    wrongVersion.version = 2;
+    FrameHeader reservedUsed = Of(FrameKind::Call);
+    reservedUsed.reserved = 1;
+    for (const bool introduced : {false, true})
+    {
+        ExpectEnds({}, introduced);
+        ExpectEnds(Bytes(1, 0), introduced);
+        ExpectEnds(Bytes(4096, 0xCC), introduced);
+        ExpectEnds(Bytes(1 << 20, 0xCC), introduced);
+        ExpectEnds(BytesOfFrame(wrongMagic), introduced);
+        ExpectEnds(BytesOfFrame(wrongVersion), introduced);
+        ExpectEnds(BytesOfFrame(reservedUsed), introduced);
+        ExpectEnds(BytesOfFrame(Of(static_cast<FrameKind>(0))), introduced);
+        ExpectEnds(BytesOfFrame(Of(static_cast<FrameKind>(7))), introduced);
+    }
+    EXPECT_EQ(handler.Connected().size(), 1U + 9U);
+}
+
+TEST_F(RawTest, EveryTruncatedHeaderEndsItsConnection)
+{
+    const Bytes whole = BytesOfFrame(Of(FrameKind::Call));
+    for (std::size_t size = 1; size < whole.size(); ++size)
+    {
+        ExpectEnds(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)), true);
+    }
+}
+
+TEST_F(RawTest, ALengthThatIsNotTheFramesEndsItsConnectionAndTakesNoMemory)
+{
+    const std::size_t before = PrivateBytes();
+    for (const std::uint32_t length : {1U, 99U, 101U, 16U << 20, (16U << 20) + 1, 0x7FFFFFFFU, 0xFFFFFFFFU})
+    {
+        ExpectEnds(BytesOfFrame(Of(FrameKind::Call, length), 100), true);
+    }
+    EXPECT_LT(PrivateBytes(), before + (8U << 20));
+}
+
+TEST_F(RawTest, AFrameBeyondTheLimitEndsItsConnection)
+{
+    const std::uint32_t limit = 16U << 20;
+    ExpectEnds(BytesOfFrame(Of(FrameKind::Call, limit + 1), limit + 1), true);
+    ExpectEnds(BytesOfFrame(Of(FrameKind::Call, limit), limit + 1), true);
+
+    const RawPipe pipe;
+    pipe.Introduce();
+    FrameHeader answer;
+    EXPECT_TRUE(pipe.Write(BytesOfFrame(Of(FrameKind::Call, limit), limit)));
+    EXPECT_TRUE(pipe.Read(answer));
+    EXPECT_EQ(answer.length, limit);
+}
+
+TEST_F(RawTest, FramesOutOfTurnEndTheirConnection)
+{
+    ExpectEnds(BytesOfFrame(Of(FrameKind::Call)), false);
+    ExpectEnds(BytesOfFrame(Of(FrameKind::Reply)), false);
+    ExpectEnds(BytesOfFrame(Introduction()), true);
+    ExpectEnds(BytesOfFrame(Of(FrameKind::Welcome)), true);
+    ExpectEnds(BytesOfFrame(Of(FrameKind::Answer)), true);
+    ExpectEnds(BytesOfFrame(Of(FrameKind::CallBack)), true);
+    FrameHeader neither = Introduction();
+    neither.second = 2;
+    ExpectEnds(BytesOfFrame(neither), false);
+    FrameHeader withMessage = Introduction();
+    withMessage.length = 100;
+    ExpectEnds(BytesOfFrame(withMessage, 100), false);
+    FrameHeader nameless = Introduction();
+    nameless.SetTrackingId("short");
+    ExpectEnds(BytesOfFrame(nameless), false);
+}
+
+TEST_F(RawTest, AReplyThatNobodyWaitsForIsDropped)
+{
+    const RawPipe pipe;
+    pipe.Introduce();
+    FrameHeader answer;
+    EXPECT_TRUE(pipe.Write(BytesOfFrame(Of(FrameKind::Reply, 100), 100)));
+    EXPECT_TRUE(pipe.Write(BytesOfFrame(Of(FrameKind::Call, 100), 100)));
+    EXPECT_TRUE(pipe.Read(answer));
+    EXPECT_EQ(answer.kind, FrameKind::Answer);
+}
+
+TEST_F(RawTest, AClientThatWasKnownIsRefusedAndHasToGo)
+{
+    const RawPipe pipe;
+    FrameHeader known = Introduction();
+    known.second = 1;
+    FrameHeader welcome;
+    EXPECT_TRUE(pipe.Write(BytesOfFrame(known)));
+    EXPECT_TRUE(pipe.Read(welcome));
+    EXPECT_EQ(welcome.status, static_cast<std::int32_t>(0xE0010803));
+    EXPECT_TRUE(pipe.Write(BytesOfFrame(Introduction())));
+    EXPECT_FALSE(pipe.Read(welcome));
+    EXPECT_EQ(handler.Connected().size(), 1U);
+}
+
+// It lies about itself in every field that it has; the system knows better.
+TEST_F(RawTest, TheCallersProcessDoesNotComeFromItsFrames)
+{
+    const RawPipe pipe;
+    FrameHeader lie = Introduction();
+    lie.id = 4;
+    lie.status = 4;
+    lie.commandId = 4;
+    FrameHeader welcome;
+    EXPECT_TRUE(pipe.Write(BytesOfFrame(lie)));
+    EXPECT_TRUE(pipe.Read(welcome));
+    EXPECT_EQ(handler.Connected().back().processId, GetCurrentProcessId());
+}
+
+// Ten seconds, which is the limit for a frame.
+TEST_F(RawTest, AClientThatDoesNotReadIsCutOff)
+{
+    const RawPipe pipe;
+    pipe.Introduce();
+    EXPECT_TRUE(pipe.Write(BytesOfFrame(Of(FrameKind::Call, 1U << 20), 1U << 20)));
+    EXPECT_EQ(Execute(*bystander, 0x2051, MessageOf(100)).status, success);
+    EXPECT_TRUE(WaitUntil([&] { return handler.Disconnected().size() == 1; }));
+    EXPECT_EQ(Execute(*bystander, 0x2051, MessageOf(100)).status, success);
+}
