@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+#include "ExitCode.h"
+
+// The program's options that go to the service manager. Each does its work, tells how it went and gives the
+// program's exit code.
+namespace SvcHost
+{
+
+// The Windows service of the running product.
+[[nodiscard]] std::wstring ServiceName();
+
+// Installs the running program; started on demand.
+ExitCode InstallService();
+
+// Starts it and waits until it runs.
+ExitCode StartInstalledService();
+
+// Stops it and waits until it has stopped.
+ExitCode StopInstalledService();
+
+// Removes it, after stopping it if it runs.
+ExitCode UninstallService();
+
+} // namespace SvcHost
