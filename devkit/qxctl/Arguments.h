@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ControlRequest.h"
+
+// Exit codes of the program, which scripts rely on.
+namespace ExitCode
+{
+inline constexpr int Ok = 0;
+inline constexpr int Refused = 1;
+inline constexpr int Usage = 2;
+inline constexpr int NotReachable = 3;
+inline constexpr int TimedOut = 4;
+} // namespace ExitCode
+
+enum class Verb : std::uint32_t
+{
+    None,
+    Status,
+    Send,
+    Watch,
+    Answer,
+    Exit,
+};
+
+// What a command line asks for.
+struct Arguments
+{
+    Verb verb = Verb::None;
+    bool wantsHelp = false;
+    bool wantsJson = false;
+    std::optional<std::wstring> product; // as written
+
+    std::optional<std::wstring> command; // send
+    std::optional<std::wstring> file;    // send
+    std::uint32_t processId = 0;         // send
+
+    std::optional<std::uint32_t> timeoutSeconds; // send, watch
+
+    std::optional<std::uint32_t> count; // watch
+    bool wantsAll = false;              // watch
+
+    bool wantsReset = false; // answer
+    bool hasPlugin = false;  // answer
+    bool hasMail = false;    // answer
+    ControlRequest::AnswerRule rule;
+};
+
+struct ParsedArguments
+{
+    Arguments arguments;
+    std::wstring error; // one line; empty if the command line is right
+};
+
+// Without the program's own name.
+[[nodiscard]] ParsedArguments ParseArguments(const std::vector<std::wstring>& words);
+
+// A whole number of 32 bits, decimal or 0x.
+[[nodiscard]] std::optional<std::uint32_t> ParseNumber(const std::wstring& text);
+
+// A number as above or a negative decimal, as which the log writes a status.
+[[nodiscard]] std::optional<std::uint32_t> ParseStatus(const std::wstring& text);

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Arguments.h"
+#include "ControlClient.h"
+#include "Output.h"
+
+// The verbs of the command line. Each gives the program's exit code.
+
+[[nodiscard]] int RunStatus(const Arguments& arguments, ControlClient& client, Output& output);
+[[nodiscard]] int RunSend(const Arguments& arguments, ControlClient& client, Output& output);
+[[nodiscard]] int RunAnswer(const Arguments& arguments, ControlClient& client, Output& output);
+
+// Needs no service.
+[[nodiscard]] int RunExit(Output& output);
