@@ -19,6 +19,10 @@ constexpr DWORD welcomeLimitMs = 5000;
 // For a reply to a service that does not read any more.
 constexpr DWORD replyLimitMs = 10000;
 
+// The listener leaves the reading to callers as long as one answer follows the other this closely. A callback
+// that comes just then waits for no longer than this.
+constexpr std::chrono::milliseconds quietTime{1};
+
 } // namespace
 
 std::shared_ptr<ClientConnection> ClientConnection::Open(std::uint32_t busyMs, const std::string& managerId,
@@ -35,7 +39,7 @@ std::shared_ptr<ClientConnection> ClientConnection::Open(std::uint32_t busyMs, c
     }
     auto connection = std::make_shared<ClientConnection>(std::move(pipe), std::move(callbacks));
     status = connection->Introduce(managerId, acquaintance);
-    if (!Status::Failed(status) && !connection->StartReading())
+    if (!Status::Failed(status) && !connection->StartListening())
     {
         status = Status::OutOfMemory;
     }
@@ -65,11 +69,6 @@ AgentStatus ClientConnection::Introduce(const std::string& managerId, std::uint3
     return error == ERROR_SUCCESS ? welcome.header.status : Status::FromSystemError(error);
 }
 
-bool ClientConnection::StartReading()
-{
-    return StartDetachedThread([self = shared_from_this()] { self->ReadAll(); });
-}
-
 AgentStatus ClientConnection::Call(FrameHeader header, std::span<const std::uint8_t> message, Frame& answer)
 {
     Waiting waiting;
@@ -88,14 +87,36 @@ AgentStatus ClientConnection::Call(FrameHeader header, std::span<const std::uint
         m_pipe.Cancel();
     }
     std::unique_lock hold(m_lock);
-    waiting.wake.Wait(hold, [&] { return waiting.answered || m_lostBy != ERROR_SUCCESS; });
+    WaitForAnswer(hold, waiting);
     m_waiting.erase(header.id);
+    m_lastAnswer = Condition::Clock::now();
+    if (!m_isRead && !m_waiting.empty())
+    {
+        m_waiting.begin()->second->wake.WakeOne(); // reads from here on
+    }
+    else if (m_waiting.empty() && m_listenerSleeps)
+    {
+        m_listener.WakeOne();
+    }
     if (!waiting.answered)
     {
         return Status::FromSystemError(m_lostBy);
     }
     answer = std::move(waiting.answer);
     return answer.header.status;
+}
+
+void ClientConnection::WaitForAnswer(std::unique_lock<SlimLock>& hold, Waiting& waiting)
+{
+    const auto isOver = [&] { return waiting.answered || m_lostBy != ERROR_SUCCESS; };
+    while (!isOver())
+    {
+        waiting.wake.Wait(hold, [&] { return isOver() || !m_isRead; });
+        if (!isOver())
+        {
+            ReadOne(hold);
+        }
+    }
 }
 
 bool ClientConnection::IsLost()
@@ -107,25 +128,79 @@ bool ClientConnection::IsLost()
 void ClientConnection::Close()
 {
     m_workers->Stop();
-    m_pipe.Cancel(); // the reader does the rest
+    m_pipe.Cancel();
+    Lose(ERROR_OPERATION_ABORTED); // the listener does the rest
 }
 
-void ClientConnection::ReadAll()
+bool ClientConnection::StartListening()
 {
-    std::uint32_t error = ERROR_SUCCESS;
-    while (error == ERROR_SUCCESS)
+    return StartDetachedThread([self = shared_from_this()] { self->Listen(); });
+}
+
+void ClientConnection::Listen()
+{
     {
-        Frame frame;
-        error = m_pipe.BeginRead();
-        error = error == ERROR_SUCCESS ? m_pipe.FinishRead(frame, INFINITE) : error;
-        if (error == ERROR_SUCCESS && !Accept(std::move(frame)))
+        std::unique_lock hold(m_lock);
+        while (m_lostBy == ERROR_SUCCESS)
         {
-            error = ERROR_INVALID_DATA;
+            WaitForQuiet(hold);
+            if (m_lostBy == ERROR_SUCCESS)
+            {
+                ReadOne(hold);
+            }
         }
+        m_listener.Wait(hold, [this] { return !m_isRead; });
     }
-    Lose(error);
     m_pipe.Close();
     m_workers->Stop();
+}
+
+// Until nobody reads and no caller is about to, or the connection is lost.
+void ClientConnection::WaitForQuiet(std::unique_lock<SlimLock>& hold)
+{
+    while (m_lostBy == ERROR_SUCCESS)
+    {
+        const auto quietFrom = m_lastAnswer + quietTime;
+        if (!m_isRead && Condition::Clock::now() >= quietFrom)
+        {
+            return;
+        }
+        // In a row of calls the callers need not wake this thread after each.
+        if (m_listener.WaitUntil(hold, quietFrom, [this] { return m_lostBy != ERROR_SUCCESS; }))
+        {
+            return;
+        }
+        if (m_isRead)
+        {
+            m_listenerSleeps = true;
+            m_listener.Wait(hold, [this] { return m_lostBy != ERROR_SUCCESS || !m_isRead; });
+            m_listenerSleeps = false;
+        }
+    }
+}
+
+// Makes the calling thread the reader for one frame.
+void ClientConnection::ReadOne(std::unique_lock<SlimLock>& hold)
+{
+    m_isRead = true;
+    hold.unlock();
+    Frame frame;
+    std::uint32_t error = m_pipe.BeginRead();
+    error = error == ERROR_SUCCESS ? m_pipe.FinishRead(frame, INFINITE) : error;
+    if (error == ERROR_SUCCESS && !Accept(std::move(frame)))
+    {
+        error = ERROR_INVALID_DATA;
+    }
+    if (error != ERROR_SUCCESS)
+    {
+        Lose(error);
+    }
+    hold.lock();
+    m_isRead = false;
+    if (m_lostBy != ERROR_SUCCESS)
+    {
+        m_listener.WakeOne();
+    }
 }
 
 bool ClientConnection::Accept(Frame frame)
@@ -190,6 +265,7 @@ void ClientConnection::Lose(std::uint32_t error)
     {
         waiting->wake.WakeOne();
     }
+    m_listener.WakeOne();
 }
 
 } // namespace SvcLink

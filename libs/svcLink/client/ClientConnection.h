@@ -13,8 +13,10 @@
 namespace SvcLink
 {
 
-// One connection to the service, from the welcome to its end. A thread of its own reads: it wakes the callers
-// whose answers come and hands callbacks to the workers. Its threads hold it alive; Close lets them go.
+// One connection to the service, from the welcome to its end. One thread at a time reads: a caller who waits
+// for an answer, or else the listener, a thread of the connection; so an answer mostly needs no change of
+// threads. Whoever reads wakes the callers whose answers come and hands callbacks to the workers. The threads
+// of the connection hold it alive; Close lets them go.
 class ClientConnection : public std::enable_shared_from_this<ClientConnection>
 {
 public:
@@ -42,11 +44,19 @@ private:
     };
 
     AgentStatus Introduce(const std::string& managerId, std::uint32_t acquaintance);
-    [[nodiscard]] bool StartReading();
-    void ReadAll();
+    void WaitForAnswer(std::unique_lock<SlimLock>& hold, Waiting& waiting);
+
+    // The listener.
+    [[nodiscard]] bool StartListening();
+    void Listen();
+    void WaitForQuiet(std::unique_lock<SlimLock>& hold);
+
+    // The reader's.
+    void ReadOne(std::unique_lock<SlimLock>& hold);
     [[nodiscard]] bool Accept(Frame frame);
     void TakeAnswer(Frame frame);
     void TakeCallback(Frame frame);
+
     void RunCallback(const Frame& frame);
     void Reply(std::uint64_t id, AgentStatus status, std::span<const std::uint8_t> message);
 
@@ -61,6 +71,10 @@ private:
     std::map<std::uint64_t, Waiting*> m_waiting; // Weak. By the call's id. Guarded by m_lock, as all below.
     std::uint64_t m_nextCall = 1;
     std::uint32_t m_lostBy = 0; // the error that ended the connection
+    bool m_isRead = false;      // there is a reader
+    bool m_listenerSleeps = false;
+    Condition::Clock::time_point m_lastAnswer;
+    Condition m_listener;
 };
 
 } // namespace SvcLink
