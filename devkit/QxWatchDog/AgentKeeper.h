@@ -1,0 +1,50 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "RestartPolicy.h"
+#include "VzComn_Handle.h"
+
+namespace WatchDog
+{
+
+// Starts the agent and starts it again after a crash: when the agent has signalled one and its process has
+// ended. An agent that ends without that signal has been asked to, and is left so. Belongs to one thread.
+class AgentKeeper
+{
+public:
+    AgentKeeper(std::wstring path, std::int32_t mode) : m_path(std::move(path)), m_mode(mode) {}
+
+    void Start();
+
+    // The agent has signalled a crash; also one that was started by somebody else.
+    void OnCrashSignal(Clock::time_point now);
+
+    // The agent's process is signalled.
+    void OnProcessEnd(Clock::time_point now);
+
+    // Does what is due by now.
+    void Step(Clock::time_point now);
+
+    // When Step has something to do next; nothing if it has not.
+    [[nodiscard]] std::optional<Clock::time_point> Due() const { return m_due; }
+
+    // To be waited for. Null while no agent of this watchdog runs. Weak.
+    [[nodiscard]] HANDLE Process() const { return m_process.Get(); }
+
+private:
+    void OnCrash(Clock::time_point now);
+
+    std::wstring m_path;
+    std::int32_t m_mode;
+    VzCommon::KernelHandle m_process;
+    bool m_hasSignalled = false;            // a crash, and runs on
+    std::optional<Clock::time_point> m_due; // of the restart, or of the end of a crashing process
+    RestartPolicy m_policy;
+};
+
+} // namespace WatchDog

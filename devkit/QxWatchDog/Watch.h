@@ -1,0 +1,56 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <vector>
+
+#include "AgentKeeper.h"
+#include "Options.h"
+#include "ServiceKeeper.h"
+#include "VzComn_Synchronize.h"
+
+namespace WatchDog
+{
+
+// The watchdog at work: its events and the one thread that answers them. Belongs to one thread.
+class Watch
+{
+public:
+    explicit Watch(const Options& options);
+
+    // Makes the events under the product's names; from then on the agent sees that a watchdog is there.
+    // False: it has said why.
+    [[nodiscard]] bool MakeEvents();
+
+    // Brings service and agent up and keeps them until the end is signalled.
+    void Run(HANDLE end);
+
+private:
+    // Something to wait for and what to do then.
+    struct Signal
+    {
+        HANDLE handle;
+        void (Watch::*answer)();
+    };
+
+    // The end comes first; processes only while there are any.
+    [[nodiscard]] std::vector<Signal> Signals(HANDLE end) const;
+
+    void OnStartRequest();
+    void OnStopRequest();
+    void OnCrashSignal();
+    void OnServiceEnd();
+    void OnAgentEnd();
+
+    // What is due, and the time until the next thing is.
+    DWORD Step();
+
+    VzCommon::Synchronize::Event m_startRequest;
+    VzCommon::Synchronize::Event m_stopRequest;
+    VzCommon::Synchronize::Event m_crashSignal;
+    ServiceKeeper m_service;
+    std::optional<AgentKeeper> m_agent;
+};
+
+} // namespace WatchDog
