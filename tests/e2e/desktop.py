@@ -128,9 +128,13 @@ class Desktop:
         def left() -> list[int]:
             return [number for number, name in self.processes() if name.lower().startswith(lowered)]
 
-        for number in left():
-            self.probe.ask("terminate", process=number, exitCode=1)
-        wait_until(lambda: not left(), f"the end of {', '.join(prefixes)}")
+        def are_ended() -> bool:
+            # One of them may have been starting another one.
+            for number in left():
+                self.probe.ask("terminate", process=number, exitCode=1)
+            return not left()
+
+        wait_until(are_ended, f"the end of {', '.join(prefixes)}")
 
     def screenshot(self, path: Path) -> None:
         path.parent.mkdir(parents=True, exist_ok=True)

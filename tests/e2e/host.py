@@ -6,6 +6,7 @@ from __future__ import annotations
 import json
 import subprocess
 from dataclasses import dataclass
+from pathlib import Path
 from typing import Any
 
 from desktop import wait_until
@@ -70,8 +71,8 @@ class HostService:
     # The command line
 
     def qxctl(self, *arguments: str, limit: float = 90.0) -> Finished:
-        product = self._suffix.removeprefix("_")
-        return self._run("qxctl.exe", *arguments, "--product", product, limit=limit)
+        product = self._suffix.removeprefix("_") or "none"
+        return self._run(f"qxctl{self._suffix}.exe", *arguments, "--product", product, limit=limit)
 
     def status(self) -> Json:
         """What `qxctl status --json` tells; empty while the service cannot be reached."""
@@ -103,6 +104,25 @@ class HostService:
         """Everything that the service's journal holds by now."""
         finished = self.qxctl("watch", "--all", "--timeout", "0")
         return [json.loads(line) for line in finished.out.splitlines()]
+
+    def records(self, process: int, *kinds: str) -> list[Json]:
+        """What the journal's file holds of one client, all or those of some kinds."""
+        drive = Path(self._product.desktop.environment["WINEPREFIX"], "drive_c")
+        folder = drive / "ProgramData/Norvane Soft/Host"
+        text = (folder / f"{PRODUCT_IDS[self._suffix]}.journal.jsonl").read_text("utf-8")
+        all_records = [json.loads(line) for line in text.splitlines()]
+        return [r for r in all_records if r["processId"] == process and (not kinds or r["kind"] in kinds)]
+
+    def wait_for_records(self, process: int, kind: str, count: int = 1) -> list[Json]:
+        wait_until(lambda: len(self.records(process, kind)) >= count, f"{count} records of kind {kind}")
+        return self.records(process, kind)
+
+    def wait_for_event(self, process: int, event: int) -> None:
+        def came() -> bool:
+            requests = [json.loads(record["request"]) for record in self.records(process, "event")]
+            return event in [request["eventId"] for request in requests]
+
+        wait_until(came, f"event {event}")
 
     def _must(self, option: str) -> None:
         finished = self.control(option)

@@ -16,13 +16,15 @@ std::map<DWORD, HANDLE>& Started()
     return started;
 }
 
-// {"commandLine", "folder"}: starts a program with exactly this command line.
+// {"commandLine", "folder"}: starts a program with exactly this command line. It gets no output: what it
+// writes would stand among this program's answers.
 Records Start(const Record& request)
 {
     std::wstring commandLine = request.Text("commandLine");
     const std::wstring folder = request.Text("folder");
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
     PROCESS_INFORMATION process = {};
     if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
                         folder.empty() ? nullptr : folder.c_str(), &startup, &process))
@@ -54,6 +56,29 @@ Records Terminate(const Record& request)
     const DWORD error = ended ? ERROR_SUCCESS : GetLastError();
     CloseHandle(process);
     return {ErrorRecord(error)};
+}
+
+// All threads of a process stand still, or go on.
+Records Freeze(const Record& request, const char* operation)
+{
+    using Change = LONG(WINAPI*)(HANDLE);
+    const auto change = reinterpret_cast<Change>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), operation)));
+    HANDLE process = OpenProcess(PROCESS_SUSPEND_RESUME, FALSE, request.Small("process"));
+    const bool changed = process != nullptr && change != nullptr && change(process) == 0;
+    const DWORD error = changed ? ERROR_SUCCESS : ERROR_INVALID_FUNCTION;
+    CloseHandle(process);
+    return {ErrorRecord(error)};
+}
+
+Records Suspend(const Record& request)
+{
+    return Freeze(request, "NtSuspendProcess");
+}
+
+Records Resume(const Record& request)
+{
+    return Freeze(request, "NtResumeProcess");
 }
 
 Records ListProcesses(const Record&)
@@ -94,7 +119,8 @@ Records Count(const Record& request)
                 .Set("handles", counts.handles)
                 .Set("gdi", counts.gdi)
                 .Set("windows", counts.windows)
-                .Set("threads", counts.threads)};
+                .Set("threads", counts.threads)
+                .Set("memory", counts.memory)};
 }
 } // namespace
 
@@ -103,6 +129,8 @@ void AddProcessCommands(CommandTable& table)
     table[L"start"] = Start;
     table[L"status"] = Status;
     table[L"terminate"] = Terminate;
+    table[L"suspend"] = Suspend;
+    table[L"resume"] = Resume;
     table[L"processes"] = ListProcesses;
     table[L"modules"] = ListModules;
     table[L"counts"] = Count;

@@ -4,6 +4,7 @@
 
 #include <winternl.h>
 
+#include <psapi.h>
 #include <tlhelp32.h>
 
 namespace
@@ -86,6 +87,14 @@ std::size_t CountGdi(HANDLE process)
     return count;
 }
 
+std::size_t CountMemory(HANDLE process)
+{
+    PROCESS_MEMORY_COUNTERS_EX memory = {};
+    memory.cb = sizeof(memory);
+    GetProcessMemoryInfo(process, reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory), sizeof(memory));
+    return memory.PrivateUsage;
+}
+
 struct WindowCounter
 {
     DWORD process;
@@ -148,6 +157,7 @@ ProcessCounts CountObjectsOf(DWORD process)
     if (opened != nullptr)
     {
         counts.gdi = CountGdi(opened);
+        counts.memory = CountMemory(opened);
         CloseHandle(opened);
     }
     return counts;

@@ -12,6 +12,7 @@ struct ProcessCounts
     std::size_t gdi = 0;
     std::size_t windows = 0;
     std::size_t threads = 0;
+    std::size_t memory = 0; // in bytes, what the process alone has allocated
 };
 
 [[nodiscard]] ProcessCounts CountObjectsOf(DWORD process);
