@@ -30,6 +30,9 @@ public:
     // Sends a call and waits for its answer. Negative if none came; otherwise the answer's status.
     [[nodiscard]] AgentStatus Call(FrameHeader header, std::span<const std::uint8_t> message, Frame& answer);
 
+    // Takes an answer's memory back.
+    void Recycle(std::vector<std::uint8_t> message) { m_pipe.Recycle(std::move(message)); }
+
     [[nodiscard]] bool IsLost();
 
     // Any thread. Does not wait for callbacks.

@@ -117,6 +117,7 @@ AgentStatus CRpcClientManager::Implementation::Send(const CRpcCommand& command, 
         const AgentStatus filled = SvcLink::FillHandle(result.data, answer.message);
         status = Status::Failed(filled) ? filled : status;
     }
+    connection->Recycle(std::move(answer.message));
     result.iStatus = status;
     result.uMessageId = result.data.uMessageId;
     return status;

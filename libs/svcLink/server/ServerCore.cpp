@@ -332,8 +332,8 @@ void ServerCore::RunCall(const Connection& connection, Frame frame)
     FrameHeader header;
     header.kind = FrameKind::Answer;
     header.id = frame.header.id;
-    const Call call{frame.header.commandId, frame.header.second, frame.header.TrackingId(),
-                    std::move(frame.message)};
+    Call call{frame.header.commandId, frame.header.second, frame.header.TrackingId(),
+              std::move(frame.message)};
     Answer answer = m_handler.OnCall(connection->client, call);
     header.status = answer.status;
     if (answer.message.size() > MaxMessageSize)
@@ -341,6 +341,7 @@ void ServerCore::RunCall(const Connection& connection, Frame frame)
         header.status = Status::FromSystemError(ERROR_INSUFFICIENT_BUFFER);
         answer.message.clear();
     }
+    connection->pipe.Recycle(std::move(call.message));
     static_cast<void>(connection->Send(header, answer.message, WriteLimit));
 }
 

@@ -1,5 +1,6 @@
 #include "MessagePipe.h"
 
+#include <algorithm>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -55,25 +56,34 @@ std::uint32_t MessagePipe::Write(FrameHeader header, std::span<const std::uint8_
         return ERROR_INSUFFICIENT_BUFFER;
     }
     header.length = static_cast<std::uint32_t>(message.size());
-    const std::size_t size = sizeof header + message.size();
-    std::uint8_t small[smallFrame];
-    std::unique_ptr<std::uint8_t[]> large;
-    if (size > sizeof small)
+    if (sizeof header + message.size() <= smallFrame)
     {
-        large.reset(new (std::nothrow) std::uint8_t[size]);
-        if (!large)
-        {
-            return ERROR_NOT_ENOUGH_MEMORY;
-        }
+        std::uint8_t frame[smallFrame];
+        std::memcpy(frame, &header, sizeof header);
+        std::copy(message.begin(), message.end(), frame + sizeof header);
+        return Send(std::span(frame, sizeof header + message.size()), limitMs);
     }
-    std::uint8_t* const frame = large ? large.get() : small;
-    std::memcpy(frame, &header, sizeof header);
-    if (!message.empty())
+    try
     {
-        std::memcpy(frame + sizeof header, message.data(), message.size());
+        std::vector<std::uint8_t> frame = TakeSpare(m_spareFrame);
+        frame.reserve(sizeof header + message.size());
+        const auto* const first = reinterpret_cast<const std::uint8_t*>(&header);
+        frame.assign(first, first + sizeof header);
+        frame.insert(frame.end(), message.begin(), message.end());
+        const std::uint32_t error = Send(frame, limitMs);
+        GiveSpare(m_spareFrame, std::move(frame));
+        return error;
     }
+    catch (const std::bad_alloc&)
+    {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+}
+
+std::uint32_t MessagePipe::Send(std::span<std::uint8_t> frame, DWORD limitMs)
+{
     const std::shared_lock inUse(m_useLock);
-    return Transfer(true, frame, static_cast<DWORD>(size), limitMs);
+    return Transfer(true, frame.data(), static_cast<DWORD>(frame.size()), limitMs);
 }
 
 std::uint32_t MessagePipe::Transfer(bool write, void* bytes, DWORD size, DWORD limitMs)
@@ -162,6 +172,7 @@ std::uint32_t MessagePipe::Take(DWORD bytes, std::uint32_t error, Frame& frame)
     }
     try
     {
+        frame.message = TakeSpare(m_spareMessage);
         frame.message.reserve(frame.header.length);
         frame.message.assign(first.begin() + sizeof(FrameHeader), first.end());
         frame.message.resize(frame.header.length);
@@ -205,10 +216,31 @@ void MessagePipe::Close()
     m_pipe.Reset();
 }
 
+void MessagePipe::Recycle(std::vector<std::uint8_t> message)
+{
+    GiveSpare(m_spareMessage, std::move(message));
+}
+
+std::vector<std::uint8_t> MessagePipe::TakeSpare(std::vector<std::uint8_t>& spare)
+{
+    const std::lock_guard hold(m_spareLock);
+    return std::exchange(spare, {});
+}
+
+// Keeps what is worth it and not too much.
+void MessagePipe::GiveSpare(std::vector<std::uint8_t>& spare, std::vector<std::uint8_t> given)
+{
+    if (given.capacity() > smallFrame && given.capacity() <= largeFirst)
+    {
+        const std::lock_guard hold(m_spareLock);
+        spare.swap(given);
+    }
+}
+
 VzCommon::KernelHandle MessagePipe::TakeEvent()
 {
     {
-        const std::lock_guard hold(m_eventLock);
+        const std::lock_guard hold(m_spareLock);
         if (!m_events.empty())
         {
             VzCommon::KernelHandle event = std::move(m_events.back());
@@ -221,7 +253,7 @@ VzCommon::KernelHandle MessagePipe::TakeEvent()
 
 void MessagePipe::GiveEvent(VzCommon::KernelHandle event)
 {
-    const std::lock_guard hold(m_eventLock);
+    const std::lock_guard hold(m_spareLock);
     m_events.push_back(std::move(event));
 }
 

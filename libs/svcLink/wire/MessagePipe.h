@@ -54,6 +54,10 @@ public:
     // with ERROR_INVALID_DATA if it is malformed; nothing more than its first bytes was stored then.
     std::uint32_t Take(DWORD bytes, std::uint32_t error, Frame& frame);
 
+    // Any thread. Takes back the memory of a frame that is not needed any more, for the next ones: the
+    // system's heap gives blocks of that size back and has to get them anew each time.
+    void Recycle(std::vector<std::uint8_t> message);
+
     // Ends what is under way and lets nothing begin. The reader notices.
     void Cancel();
 
@@ -61,9 +65,12 @@ public:
     void Close();
 
 private:
+    std::uint32_t Send(std::span<std::uint8_t> frame, DWORD limitMs);
     std::uint32_t Transfer(bool write, void* bytes, DWORD size, DWORD limitMs);
     std::uint32_t ReadRest(std::span<std::uint8_t> rest);
     void Adapt(std::size_t frameSize);
+    [[nodiscard]] std::vector<std::uint8_t> TakeSpare(std::vector<std::uint8_t>& spare);
+    void GiveSpare(std::vector<std::uint8_t>& spare, std::vector<std::uint8_t> given);
     [[nodiscard]] VzCommon::KernelHandle TakeEvent();
     void GiveEvent(VzCommon::KernelHandle event);
 
@@ -71,8 +78,10 @@ private:
     SlimLock m_useLock; // shared by those who write, exclusive to close
     std::atomic<bool> m_cancelled = false;
 
-    SlimLock m_eventLock;
-    std::vector<VzCommon::KernelHandle> m_events; // Guarded by m_eventLock.
+    SlimLock m_spareLock;
+    std::vector<VzCommon::KernelHandle> m_events; // Guarded by m_spareLock, as all below.
+    std::vector<std::uint8_t> m_spareMessage;
+    std::vector<std::uint8_t> m_spareFrame;
 
     // The reader's.
     OVERLAPPED m_read{};
