@@ -71,14 +71,17 @@ SentCommand Describe(const CRpcCommand& command, bool withCallback, const CRpcCl
     copy.data.pMessage = nullptr;
     std::memset(copy.szTrackingId, 0, sizeof(copy.szTrackingId));
     const char* bytes = reinterpret_cast<const char*>(&copy);
-    return {command.uCommandId,
-            command.uSecond,
-            command.szTrackingId,
-            {bytes, bytes + sizeof(copy)},
-            BytesOf(command.data),
-            withCallback,
-            manager,
-            GetCurrentThreadId()};
+    SentCommand sent;
+    sent.id = command.uCommandId;
+    sent.second = command.uSecond;
+    sent.trackingId = command.szTrackingId;
+    sent.record.assign(bytes, sizeof(copy));
+    sent.message = BytesOf(command.data);
+    sent.withCallback = withCallback;
+    sent.manager = manager;
+    sent.thread = GetCurrentThreadId();
+    sent.tick = GetTickCount64();
+    return sent;
 }
 
 bool AsksForProcess(const SentCommand& command)

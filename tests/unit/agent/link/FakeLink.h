@@ -25,6 +25,7 @@ struct SentCommand
     bool withCallback = false;
     const CRpcClientManager* manager = nullptr;
     DWORD thread = 0;
+    std::uint64_t tick = 0; // milliseconds
 };
 
 // What the service does with a command: a status of the library, and a serialised message for the result;
