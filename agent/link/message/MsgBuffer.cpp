@@ -5,6 +5,7 @@
 #include <functional>
 #include <limits>
 #include <new>
+#include <vector>
 
 namespace
 {
@@ -20,9 +21,6 @@ constexpr std::uint32_t headSize = 12;
 constexpr std::uint32_t lengthOffset = 8;
 static_assert(sizeof(Head) == headSize);
 
-// Most messages fit into this and so grow without moving.
-constexpr std::size_t usualSize = 256;
-
 // Nothing in a message is aligned.
 Head ReadHead(const std::uint8_t* bytes)
 {
@@ -31,7 +29,7 @@ Head ReadHead(const std::uint8_t* bytes)
     return head;
 }
 
-// How much of a value is copied: a string's terminator is not, as it stands there already.
+// How much of a value is copied: a string's terminator is not.
 std::uint32_t CopiedLength(const MsgItem& item)
 {
     if (item.type == MsgType::String)
@@ -46,10 +44,9 @@ std::uint32_t CopiedLength(const MsgItem& item)
 }
 } // namespace
 
-MsgBuffer::MsgBuffer()
+MsgBuffer::MsgBuffer(std::uint32_t id)
 {
-    m_buffer.reserve(usualSize);
-    Reset(0);
+    Reset(id);
 }
 
 MsgBuffer::~MsgBuffer() = default;
@@ -57,7 +54,7 @@ MsgBuffer::~MsgBuffer() = default;
 void MsgBuffer::Reset(std::uint32_t id)
 {
     const Head head{id, MsgType::Message, 0};
-    m_buffer.resize(headSize);
+    m_buffer.resize(headSize, boost::container::default_init);
     std::memcpy(m_buffer.data(), &head, sizeof head);
     m_index.Clear();
     m_pExternal = nullptr;
@@ -155,16 +152,14 @@ void MsgBuffer::Insert(MsgItem& item, const void* value)
     {
         throw std::bad_alloc(); // No message can be as long as that.
     }
-    m_buffer.resize(static_cast<std::size_t>(size));
+    m_buffer.resize(static_cast<std::size_t>(size), boost::container::default_init);
 
-    const Head head{item.id, item.type, item.length};
-    std::memcpy(m_buffer.data() + old, &head, sizeof head);
     item.offset = static_cast<std::uint32_t>(old + headSize);
     if (item.type != MsgType::RawBytes)
     {
         try
         {
-            m_index.Add(item);
+            m_index.Add({item.id, item.type, item.length, item.offset});
         }
         catch (const std::bad_alloc&)
         {
@@ -172,12 +167,21 @@ void MsgBuffer::Insert(MsgItem& item, const void* value)
             throw;
         }
     }
-    if (value != nullptr)
+
+    const Head head{item.id, item.type, item.length};
+    std::memcpy(m_buffer.data() + old, &head, sizeof head);
+    std::uint8_t* place = m_buffer.data() + item.offset;
+    if (value == nullptr)
     {
-        std::memcpy(m_buffer.data() + item.offset, value, CopiedLength(item));
-        const auto length = static_cast<std::uint32_t>(size - headSize);
-        std::memcpy(m_buffer.data() + lengthOffset, &length, sizeof length);
+        std::memset(place, 0, item.length);
+        return;
     }
+    // A string's terminator, which is not copied, is zero.
+    const std::uint32_t copied = CopiedLength(item);
+    std::memcpy(place, value, copied);
+    std::memset(place + copied, 0, item.length - copied);
+    const auto length = static_cast<std::uint32_t>(size - headSize);
+    std::memcpy(m_buffer.data() + lengthOffset, &length, sizeof length);
 }
 
 void MsgBuffer::AppendMessage(const MsgBuffer& other)
@@ -252,7 +256,7 @@ std::span<const std::uint8_t> MsgBuffer::Bytes() const
     {
         return {m_pExternal, m_uExternalLength};
     }
-    return m_buffer;
+    return {m_buffer.data(), m_buffer.size()};
 }
 
 // Takes a copy of what is borrowed.

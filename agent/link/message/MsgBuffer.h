@@ -1,8 +1,9 @@
 #pragma once
 
+#include <boost/container/small_vector.hpp>
+
 #include <cstdint>
 #include <span>
-#include <vector>
 
 #include "MsgIndex.h"
 #include "VzComn_AgentStatus.h"
@@ -37,8 +38,8 @@ inline constexpr std::uint32_t Message = 100;
 class MsgBuffer
 {
 public:
-    // An empty message of id 0.
-    MsgBuffer();
+    // An empty message.
+    explicit MsgBuffer(std::uint32_t id = 0);
     virtual ~MsgBuffer();
 
     MsgBuffer(const MsgBuffer&) = delete;
@@ -80,8 +81,11 @@ private:
     [[nodiscard]] bool Parse(std::span<const std::uint8_t> bytes);
     void Insert(MsgItem& item, const void* value);
 
+    // Nearly all messages fit into the object itself.
+    static constexpr std::size_t usualSize = 256;
+
     MsgIndex m_index;
-    std::vector<std::uint8_t> m_buffer;
+    boost::container::small_vector<std::uint8_t, usualSize> m_buffer;
     const std::uint8_t* m_pExternal = nullptr; // Weak. Is the message when it is set.
     std::uint32_t m_uExternalLength = 0;
 };

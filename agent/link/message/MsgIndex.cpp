@@ -1,23 +1,27 @@
 #include "MsgIndex.h"
 
-void MsgIndex::Clear()
+#include <utility>
+
+void MsgIndex::AddToMany(const MsgItem& item)
 {
-    if (!m_items->empty())
+    if (m_many != nullptr)
     {
-        // A map may keep memory of the resource even when it is empty, so it is made anew.
-        m_items.reset();
-        m_memory.release();
-        m_items.emplace(&m_memory);
+        m_many->items[item.id].push_back(item);
+        return;
     }
+    // Nothing has changed if there is no memory for it.
+    auto many = std::make_unique<Many>();
+    for (const MsgItem& earlier : m_few)
+    {
+        many->items[earlier.id].push_back(earlier);
+    }
+    many->items[item.id].push_back(item);
+    m_many = std::move(many);
+    m_few.clear();
 }
 
-void MsgIndex::Add(const MsgItem& item)
+const MsgItem* MsgIndex::FirstOfMany(std::uint32_t id) const
 {
-    (*m_items)[item.id].push_back(item);
-}
-
-const MsgItem* MsgIndex::First(std::uint32_t id) const
-{
-    const auto found = m_items->find(id);
-    return found == m_items->end() || found->second.empty() ? nullptr : &found->second.front();
+    const auto found = m_many->items.find(id);
+    return found == m_many->items.end() || found->second.empty() ? nullptr : &found->second.front();
 }

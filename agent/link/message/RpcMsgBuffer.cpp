@@ -30,10 +30,7 @@ AgentStatus Append(MsgBuffer& message, MsgItem item, const void* value)
 }
 } // namespace
 
-CRpcMsgBuffer::CRpcMsgBuffer(std::uint32_t id)
-{
-    m_message.Reset(id);
-}
+CRpcMsgBuffer::CRpcMsgBuffer(std::uint32_t id) : m_message(id) {}
 
 CRpcMsgBuffer::CRpcMsgBuffer(const CRpcMsgBuffer& other)
 {

@@ -150,6 +150,28 @@ TEST(MsgBufferTest, ReadersGetTheFirstOfTwoItemsOfAnId)
     EXPECT_EQ(NumberIn(parsed, 2), 3U);
 }
 
+TEST(MsgBufferTest, FindsEachItemHoweverManyThereAre)
+{
+    MsgBuffer message;
+    for (std::uint32_t count = 1; count <= 40; ++count)
+    {
+        AppendUInt(message, 1000 - count, count);
+        AppendUInt(message, 7, count);
+        MsgBuffer parsed;
+        Assign(parsed, BytesOf(message));
+        std::uint32_t value = 0;
+        for (std::uint32_t i = 1; i <= count; ++i)
+        {
+            EXPECT_EQ(NumberIn(message, 1000 - i), i);
+            EXPECT_EQ(NumberIn(parsed, 1000 - i), i);
+        }
+        EXPECT_EQ(NumberIn(message, 7), 1U);
+        EXPECT_EQ(NumberIn(parsed, 7), 1U);
+        EXPECT_EQ(message.GetUInt(1000 - count - 1, value), noItem);
+        EXPECT_EQ(parsed.GetUInt(1000 - count - 1, value), noItem);
+    }
+}
+
 TEST(MsgBufferTest, ResetForgetsEverything)
 {
     const Bytes bytes = MessageModel::MessageBytes(1, {MessageModel::UInt(2, 3)});
