@@ -45,8 +45,8 @@ public:
     struct Limits
     {
         std::size_t records = 10'000;
-        std::size_t requestBytes = 64 * 1024;            // of one record; a longer one ends in CutMark
-        std::size_t totalBytes = std::size_t{32} << 20U; // of all requests together
+        std::size_t requestBytes = std::size_t{64} << 10U; // of one record; a longer one ends in CutMark
+        std::size_t totalBytes = std::size_t{32} << 20U;   // of all requests together
     };
 
     static constexpr wchar_t CutMark[] = L"...[cut]";

@@ -30,7 +30,9 @@ public:
     {
         s_running = this;
         const SERVICE_TABLE_ENTRYW table[] = {{m_name.data(), &Main}, {nullptr, nullptr}};
-        return StartServiceCtrlDispatcherW(table) != FALSE;
+        const bool dispatched = StartServiceCtrlDispatcherW(table) != FALSE;
+        s_running = nullptr;
+        return dispatched;
     }
 
 private:
@@ -94,7 +96,7 @@ private:
         SetServiceStatus(m_status, &status);
     }
 
-    static ServiceProcess* s_running; // Weak. The service manager gives its entry no context.
+    static ServiceProcess* s_running; // Weak. Set while Dispatch runs: Main is given no context.
 
     VzCommon::KernelHandle m_stop;
     std::wstring m_name;
