@@ -85,10 +85,13 @@ std::optional<milliseconds> ServiceKeeper::Step()
 
 void ServiceKeeper::WatchProcess(DWORD processId)
 {
-    if (m_process)
+    // A process that still ends may be told as none already.
+    if (m_process && (processId == m_processId || processId == 0))
     {
         return;
     }
+    m_process.Reset();
+    m_processId = processId;
     if (processId == 0)
     {
         m_isProcessGone = true;
@@ -106,6 +109,10 @@ void ServiceKeeper::WatchProcess(DWORD processId)
 
 std::optional<milliseconds> ServiceKeeper::StepToRunning(SC_HANDLE service, DWORD state)
 {
+    if (state == SERVICE_STOPPED && m_hasRun && m_process)
+    {
+        return std::nullopt; // the end of the process will tell why
+    }
     if (state == SERVICE_STOPPED || m_isProcessGone)
     {
         const auto now = Clock::now();

@@ -55,6 +55,7 @@ private:
     Goal m_goal = Goal::None;
     bool m_hasRun = false; // since it was wanted
     VzCommon::KernelHandle m_process;
+    DWORD m_processId = 0;
     bool m_isProcessGone = true;   // as opposed to one that may not be opened
     DWORD m_complainedError = 0;   // of the last complaint, 0 when all went well since
     Clock::time_point m_nextStart; // not earlier
