@@ -1,6 +1,7 @@
 // Reading a JSON file of one megabyte: the product's reading, plain and enciphered, beside the JSON library
 // alone, which only reads the same file into memory and parses the same text.
 #include "Container.h"
+#include "MedianReporter.h"
 #include "QxCommon_JsonDb.h"
 
 #include <benchmark/benchmark.h>
@@ -12,7 +13,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <string>
 
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -102,32 +102,6 @@ void ReadByTheLibrary(benchmark::State& state, const std::wstring& path, const s
     }
 }
 
-// Remembers the median of each benchmark.
-class MedianReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-        {
-            if (run.aggregate_name == "median")
-            {
-                m_medians[run.run_name.function_name] = run.GetAdjustedRealTime();
-            }
-        }
-    }
-
-    void PrintRatio(const char* what, const char* ours, const char* peer)
-    {
-        std::printf("%s: %.2f ms, JSON library alone %.2f ms, ratio %.2f\n", what, m_medians[ours],
-                    m_medians[peer], m_medians[ours] / m_medians[peer]);
-    }
-
-private:
-    std::map<std::string, double> m_medians;
-};
-
 template <typename Function>
 void Register(const char* name, Function function)
 {
@@ -152,15 +126,9 @@ int main(int argc, char** argv)
     Register("container_library",
              [&](benchmark::State& state) { ReadByTheLibrary(state, container.Path(), text); });
 
-    // The repetitions of all four are mixed, so that they meet the same machine.
-    std::vector<char*> arguments(argv, argv + argc);
-    std::string interleaving = "--benchmark_enable_random_interleaving=true";
-    arguments.push_back(interleaving.data());
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
     MedianReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.PrintRatio("plain file of 1 MB", "plain", "plain_library");
-    reporter.PrintRatio("container of 1 MB", "container", "container_library");
+    reporter.RunInterleaved(argc, argv);
+    reporter.PrintRatio("plain file of 1 MB", "plain", "JSON library alone", "plain_library", "ms");
+    reporter.PrintRatio("container of 1 MB", "container", "JSON library alone", "container_library", "ms");
     return EXIT_SUCCESS;
 }

@@ -2,6 +2,7 @@
 // spdlog's synchronous file sink with the same text; and a statement whose level is off, beside a call that
 // does nothing.
 #include "LogLine.h"
+#include "MedianReporter.h"
 
 #include "VzComn_LogFront.h"
 
@@ -10,9 +11,7 @@
 #include <spdlog/spdlog.h>
 #include <windows.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -106,32 +105,6 @@ void CallThatDoesNothing(benchmark::State& state)
     }
 }
 
-// Remembers the median of each benchmark.
-class MedianReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-        {
-            if (run.aggregate_name == "median")
-            {
-                medians[run.run_name.function_name] = run.GetAdjustedRealTime();
-            }
-        }
-    }
-
-    void PrintRatio(const char* what, const char* ours, const char* peerName, const char* peer)
-    {
-        std::printf("%s: %.1f ns, %s %.1f ns, ratio %.2f\n", what, medians[ours], peerName, medians[peer],
-                    medians[ours] / medians[peer]);
-    }
-
-private:
-    std::map<std::string, double> medians;
-};
-
 template <typename Function>
 void Register(const char* name, Function function)
 {
@@ -155,19 +128,13 @@ int main(int argc, char** argv)
     Register("stream_off", StreamThatIsOff);
     Register("empty_call", CallThatDoesNothing);
 
-    // The repetitions of all are mixed, so that they meet the same machine.
-    std::vector<char*> arguments(argv, argv + argc);
-    std::string interleaving = "--benchmark_enable_random_interleaving=true";
-    arguments.push_back(interleaving.data());
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
     MedianReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.PrintRatio("a line, gathered", "line", "spdlog without flush", "line_spdlog");
-    reporter.PrintRatio("of it in the log writer", "line_writer", "all", "line");
-    reporter.PrintRatio("a line, robust", "robust_line", "spdlog with flush", "robust_line_spdlog");
-    reporter.PrintRatio("of it in the log writer", "robust_line_writer", "all", "robust_line");
-    reporter.PrintRatio("a statement that is off", "statement_off", "an empty call", "empty_call");
-    reporter.PrintRatio("a stream statement that is off", "stream_off", "an empty call", "empty_call");
+    reporter.RunInterleaved(argc, argv);
+    reporter.PrintRatio("a line, gathered", "line", "spdlog without flush", "line_spdlog", "ns");
+    reporter.PrintRatio("of it in the log writer", "line_writer", "all", "line", "ns");
+    reporter.PrintRatio("a line, robust", "robust_line", "spdlog with flush", "robust_line_spdlog", "ns");
+    reporter.PrintRatio("of it in the log writer", "robust_line_writer", "all", "robust_line", "ns");
+    reporter.PrintRatio("a statement that is off", "statement_off", "an empty call", "empty_call", "ns");
+    reporter.PrintRatio("a stream statement that is off", "stream_off", "an empty call", "empty_call", "ns");
     return EXIT_SUCCESS;
 }

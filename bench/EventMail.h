@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// What one event mail carries.
+struct EventMail
+{
+    std::u16string text;
+    std::int32_t jsonFlag = 0;
+    std::uint32_t processId = 0;
+    std::uint32_t threadId = 0;
+    std::uint32_t pluginId = 0;
+    std::uint32_t mailId = 0;
+
+    bool operator==(const EventMail&) const = default;
+};
+
+// One way to carry it: a mail is built, taken as bytes, parsed from them and read into room.
+// reader got. What is outside measured time is made once and handed in: room is the reader's text, which is
+// reused.
+void CarryByMessage(const EventMail& mail, EventMail& room);
+void CarryByMessagePack(const EventMail& mail, EventMail& room);
+void CarryByFlatBuffers(const EventMail& mail, EventMail& room);
