@@ -17,8 +17,7 @@ struct EventMail
 };
 
 // One way to carry it: a mail is built, taken as bytes, parsed from them and read into room.
-// reader got. What is outside measured time is made once and handed in: room is the reader's text, which is
-// reused.
+// room is the reader's and used again, so that its memory is not measured.
 void CarryByMessage(const EventMail& mail, EventMail& room);
 void CarryByMessagePack(const EventMail& mail, EventMail& room);
 void CarryByFlatBuffers(const EventMail& mail, EventMail& room);
