@@ -1,8 +1,9 @@
-"""Plays the agent's main job on the desktop that "./qx run" has brought up, tells what happens, and keeps
+"""Plays the family's main job on the desktop that "./qx run" has brought up, tells what happens, and keeps
 pictures of the screen in out/run."""
 
 from __future__ import annotations
 
+import json
 import os
 import shutil
 import sys
@@ -12,15 +13,19 @@ _ROOT = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(_ROOT / "tests/e2e"))
 sys.dont_write_bytecode = True
 
-from desktop import Desktop, Process, console_command_line, wait_until  # noqa: E402
+from desktop import Desktop, Process, Window, console_command_line, wait_until  # noqa: E402
+from host import HostService  # noqa: E402
 from product import Product  # noqa: E402
 
 _PICTURES = _ROOT / "out/run"
+_STAGE = Path(os.environ.get("QX_STAGE", _ROOT / "out/stage"))
 _BUILD = _ROOT / "out/build" / os.environ.get("QX_PRESET", "win64")
 _DRIVE_C = Path(os.environ["WINEPREFIX"]) / "drive_c"
 _INSTALLED = Path("Program Files/Norvane Soft/Melvio")
 _LOG = Path("ProgramData/Norvane Soft/Log")
-_TOLD = ("Start Mode: ", "A program instance", "Show QX UI.", "exit")
+_AGENT = "QxSessionAgent_M.exe"
+_START_MENU = ("ClassicStartMenu.CStartHookWindow", "StartHookWindow")
+_WM_CLOSE = 0x0010
 
 
 def tell(text: str) -> None:
@@ -36,71 +41,178 @@ def expect(holds: bool, what: str) -> None:
         raise AssertionError(what)
 
 
+def is_event(record: dict[str, object], event: int) -> bool:
+    return json.loads(str(record["request"])).get("eventId") == event
+
+
 class Play:
     """The steps of the main job, in their order."""
 
-    def __init__(self, product: Product) -> None:
+    def __init__(self, product: Product, host: HostService) -> None:
         self._product = product
         self._desktop = product.desktop
+        self._host = host
         self._pictures = 0
-        self._lines_told: set[str] = set()
         self._consoles_told: set[int] = set()
 
     def run(self) -> None:
-        agent = self._start_first()
-        self._start_second(agent)
-        self._start_support_mode(agent)
-        self._signal_exit(agent)
-        self._close_consoles()
+        watchdog = self._start_family()
+        self._start_second()
+        self._send_console_commands()
+        self._send_shell_command()
+        self._close_start_menu()
+        self._arm_reporters()
+        self._kill_service()
+        self._end_all(watchdog)
 
-    def _start_first(self) -> Process:
-        tell("1. The agent starts in mode 2, whose one item opens the console.")
-        agent = self._product.start_running("2")
-        detail(f"process {agent.number}: QxSessionAgent_M.exe 2")
+    # The steps
+
+    def _start_family(self) -> Process:
+        tell("1. The host service is installed; the watchdog starts it, and the agent in mode 2.")
+        self._host.install()
+        detail('installed: the service "Melvio Host Service"')
+        command = f'"{self._product.windows_root}\\win32\\QxWatchDog_M.exe" --mode 2'
+        watchdog = self._desktop.start(command, self._product.windows_root)
+        detail(f"process {watchdog.number}: QxWatchDog_M.exe --mode 2")
         self._desktop.wait_for_consoles(1)
+        self._wait_for_client()
         frame = self._product.frame()
-        detail(f"its hidden window {frame.handle:#x} carries the mark of the product's agent")
+        detail(f"the agent's hidden window {frame.handle:#x} carries the mark of the product's agent")
         self._show_consoles()
-        self._tell_log()
+        self._show_status()
+        self._wait_for_event(18)
         self._picture("console")
-        return agent
+        return watchdog
 
-    def _start_second(self, agent: Process) -> None:
+    def _start_second(self) -> None:
         tell("2. A second start in the same session opens the console again, and leaves.")
         second = self._product.start("2")
         exit_code = second.wait()
-        detail(f"process {second.number} has ended with code {exit_code}; process {agent.number} runs on")
-        expect(exit_code == 0 and agent.running, "the second start leaves, the first one stays")
+        detail(f"process {second.number} has ended with code {exit_code}; the first agent runs on")
+        expect(exit_code == 0, "the second start leaves")
         self._desktop.wait_for_consoles(2)
         self._show_consoles()
-        self._tell_log()
-        self._picture("second-start")
+        self._close_consoles()
 
-    def _start_support_mode(self, agent: Process) -> None:
-        tell("3. A start in mode 6, which has three items, opens one console after the other.")
-        third = self._product.start("6")
-        expect(third.wait() == 0 and agent.running, "a later start leaves as well")
-        self._desktop.wait_for_consoles(5)
+    def _send_console_commands(self) -> None:
+        tell("3. The service opens the console in a mode, and a popup of it: commands 1001 and 1000.")
+        self._send({"JD_COMMAND_ID": 1001, "modeId": 7})
+        self._desktop.wait_for_consoles(1)
+        popup = {"nFeatureId": "Scan", "popupId": 3, "param": {"found": 2, "where": "C:"}}
+        self._send({"JD_COMMAND_ID": 1000, **popup})
+        self._desktop.wait_for_consoles(2)
         self._show_consoles()
-        self._tell_log()
-        self._picture("mode-6")
+        self._picture("commands-1001-1000")
+        self._close_consoles()
 
-    def _signal_exit(self, agent: Process) -> None:
-        tell('4. Another program of the product signals "Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXITMelvio".')
-        self._product.signal_exit()
-        exit_code = agent.wait()
-        detail(f"process {agent.number} has ended with code {exit_code}")
-        expect(exit_code == 0, "a clean end")
-        expect(self._product.has_ended(), "no window and no mutex left")
+    def _send_shell_command(self) -> None:
+        tell("4. The service opens a text file for the person at the desktop: command 1101.")
+        note = self._product.root / "Misc" / "note.txt"
+        note.write_text("A service cannot show this. Its session agent can.\r\n")
+        path = f"{self._product.windows_root}\\Misc\\note.txt"
+        self._send({"JD_COMMAND_ID": 1101, "file": path, "action": "open", "param": ""})
+        editor = self._wait_for_window("note.txt")
+        detail(f"on the screen: {editor.title}, process {editor.process}")
+        self._picture("command-1101")
+        editor.post(_WM_CLOSE)
+
+    def _close_start_menu(self) -> None:
+        tell("5. The service has a replaced start menu's window closed: command 3000.")
+        class_name, title = _START_MENU
+        self._desktop.probe.request("openWindow", **{"class": class_name, "title": title})
+        self._wait_for_window(title)
+        self._picture("before-command-3000")
+        self._send({"JD_COMMAND_ID": 3000})
+        wait_until(lambda: not self._find_window(title), "the end of the start menu's window")
+        self._picture("after-command-3000")
+
+    def _arm_reporters(self) -> None:
+        tell("6. The service asks for the foreground process and the last input, once a second: 1011, 1100.")
+        self._send({"JD_COMMAND_ID": 1011, "interval": 1})
+        self._send({"JD_COMMAND_ID": 1100, "interval": 1})
+        self._desktop.start(f'"{self._product.console_path()}"')
+        self._desktop.wait_for_consoles(1)
+        self._desktop.click(*self._desktop.consoles()[0].center)
+        for mail in (0x10031, 0x10060):
+            (record,) = self._wait_for_records(lambda record, mail=mail: record.get("mailId") == mail, 1)
+            detail(f"received: {json.dumps(record)}")
+
+    def _kill_service(self) -> None:
+        tell("7. The service is killed. The watchdog starts it again, and the agent comes back by itself.")
+        agent = self._client()["processId"]
+        killed = self._host.kill()
+        detail(f"killed: process {killed}")
+        wait_until(lambda: self._host.process_id() not in (0, killed), "a new service")
+        self._wait_for_client()
+        expect(self._client()["processId"] == agent, "the same agent is registered again")
+        self._show_status()
+        self._send({"JD_COMMAND_ID": 1001, "modeId": 8})
+        self._desktop.wait_for_consoles(2)
+        self._show_consoles()
+        self._picture("after-the-service-died")
+
+    def _end_all(self, watchdog: Process) -> None:
+        tell('8. The exit event, "Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXITMelvio", ends the agent.')
+        self._host.qxctl("exit")
+        wait_until(self._product.has_ended, "the end of the agent")
         detail("its window, its mutex and its event are gone; the consoles are left to the user")
-        self._tell_log()
+        self._close_consoles()
+        stop = self._desktop.start(f'"{self._product.windows_root}\\win32\\QxWatchDog_M.exe" --stop')
+        expect(stop.wait() == 0 and watchdog.wait() == 0, "the watchdog ends")
+        self._host.stop()
+        self._host.uninstall()
+        detail("the watchdog has ended; the service is stopped and removed")
+        running = [name for _, name in self._desktop.processes() if name.startswith("Qx")]
+        expect(not running, f"no program of the family is left, but {running}")
+        self._picture("end")
+
+    # What they are made of
+
+    def _send(self, command: dict[str, object]) -> None:
+        detail(f"qxctl send '{json.dumps(command)}'")
+        reply = self._host.send(command)
+        detail(f"  reply: {json.dumps(reply)}")
+        expect(int(reply["retCode"]) >= 0, "the command succeeds")
+
+    def _clients(self) -> list[dict[str, object]]:
+        return self._host.status().get("clients", [])
+
+    def _client(self) -> dict[str, object]:
+        (client,) = self._clients()
+        return client
+
+    def _wait_for_client(self) -> None:
+        wait_until(lambda: len(self._clients()) == 1, "one registered agent")
+
+    def _show_status(self) -> None:
+        detail("qxctl status")
+        for line in self._host.status_text().splitlines():
+            detail(f"  | {line}")
+
+    def _wait_for_records(self, wanted, count: int) -> list[dict[str, object]]:
+        found: list[dict[str, object]] = []
+
+        def enough() -> bool:
+            found[:] = [record for record in self._host.journal() if wanted(record)][:count]
+            return len(found) == count
+
+        wait_until(enough, f"{count} records in the service's journal")
+        return found
+
+    def _wait_for_event(self, event: int) -> None:
+        (record,) = self._wait_for_records(lambda r: r["kind"] == "event" and is_event(r, event), 1)
+        detail(f"received: {json.dumps(record)}")
+
+    def _find_window(self, title: str) -> Window | None:
+        return next((w for w in self._desktop.windows() if title in w.title and w.visible), None)
+
+    def _wait_for_window(self, title: str) -> Window:
+        return wait_until(lambda: self._find_window(title), f"a window <{title}>")
 
     def _close_consoles(self) -> None:
-        tell("5. The user closes the consoles.")
         for console in self._desktop.consoles():
-            console.post(0x0010)
+            console.post(_WM_CLOSE)
         wait_until(lambda: not self._desktop.consoles(), "the end of the consoles")
-        self._picture("end")
 
     def _show_consoles(self) -> None:
         for console in reversed(self._desktop.consoles()):
@@ -108,15 +220,6 @@ class Play:
                 detail(f"on the screen: {console.title}, process {console.process}")
                 detail(f"    started as {console_command_line(console)}")
                 self._consoles_told.add(console.handle)
-
-    def _tell_log(self) -> None:
-        # Each running instance writes a file of its own; the time in front brings the lines into order.
-        text = self._product.log_text()
-        lines = [line for line in text.splitlines() if any(word in line for word in _TOLD)]
-        detail("the log says:")
-        for line in sorted(set(lines) - self._lines_told):
-            detail(f"  | {line}")
-        self._lines_told.update(lines)
 
     def _picture(self, name: str) -> None:
         self._pictures += 1
@@ -127,7 +230,7 @@ class Play:
 
 def install(desktop: Desktop) -> Product:
     """Puts the staged tree where an installer would."""
-    shutil.copytree(_ROOT / "out/stage", _DRIVE_C / _INSTALLED)
+    shutil.copytree(_STAGE, _DRIVE_C / _INSTALLED)
     windows_root = str(PureWindowsPath("C:/") / _INSTALLED)
     return Product(desktop, _DRIVE_C / _INSTALLED, _DRIVE_C / _LOG, windows_root)
 
@@ -137,7 +240,7 @@ def main() -> int:
     desktop = Desktop(dict(os.environ), _BUILD / "tests/programs/winprobe/winprobe.exe")
     product = install(desktop)
     try:
-        Play(product).run()
+        Play(product, HostService(product)).run()
     except AssertionError as failure:
         desktop.screenshot(_PICTURES / "failure.png")
         detail("all that the log says:")
@@ -147,7 +250,7 @@ def main() -> int:
     finally:
         product.end()
         desktop.close()
-    tell("The main job works: started, console opened, opened again, left when told. Pictures: out/run/")
+    tell("The main job works: service and agent up, commands run, a dead service survived. Pictures: out/run/")
     return 0
 
 
