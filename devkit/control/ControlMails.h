@@ -23,9 +23,9 @@
 // Answer    {"pluginId", "mailId", "status", "result", "json", "delayMs", "drop", "times"}
 //           From then on, "times" times or without end, mails to that address are answered so; pluginId 0
 //           with mailId 0x2051, 0x2052 or 0x2053 stands for that command of the link itself. "status" is what
-//           the caller's library call returns, "result" the item of the answer, "json" the reply's text. "drop"
-//           is an array and leaves items out: "result", "param", "message", "json". Keys that lack leave the
-//           usual answer. {"reset": true} forgets all.
+//           the caller's library call returns, "result" the item of the answer, "json" the reply's text.
+//           "drop" is an array and leaves items out: "result", "param", "message", "json". Keys that
+//           lack leave the usual answer. {"reset": true} forgets all.
 namespace Control
 {
 inline constexpr std::uint32_t PluginId = 0x4E00FF;

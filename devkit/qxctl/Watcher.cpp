@@ -14,6 +14,7 @@ constexpr std::chrono::milliseconds longestWait{1000};
 constexpr std::chrono::milliseconds retryInterval{200};
 constexpr std::chrono::seconds grace{10};
 constexpr std::chrono::minutes longestLimit{1};
+constexpr std::chrono::seconds shortestLimit{5};
 constexpr std::uint32_t mostRecords = 100;
 } // namespace
 
@@ -33,17 +34,13 @@ int Watcher::Run()
     }
     while (step == Step::Done && !IsDone())
     {
-        if (Clock::now() >= m_end)
-        {
-            return TimedOut();
-        }
         step = ReadOn();
         if (step == Step::Lost)
         {
             step = Reattach();
         }
     }
-    if (step == Step::Lost)
+    if (step == Step::Over || step == Step::Lost)
     {
         return TimedOut();
     }
@@ -133,6 +130,11 @@ Watcher::Step Watcher::ReadOn()
 Watcher::Step Watcher::Print(QxCommon::JsonDb& records)
 {
     const std::uint32_t size = records.Size();
+    // What was there when the time ended is still told: all of it, when there is no time at all.
+    if (size == 0 && Clock::now() >= m_end)
+    {
+        return Step::Over;
+    }
     for (std::uint32_t i = 0; i < size && !IsDone(); ++i)
     {
         if (!m_output.Line(QxCommon::TrimTrailingLineFeeds(records[i].ToFastString())))
@@ -163,7 +165,7 @@ Watcher::Step Watcher::Judge(const MailAnswer& answer)
 MailAnswer Watcher::Ask(std::uint32_t mailId, const std::wstring& request, std::chrono::milliseconds wait)
 {
     const std::chrono::milliseconds limit =
-        std::min<std::chrono::milliseconds>(wait + grace, TimeLeft(longestLimit) + std::chrono::seconds(1));
+        std::min<std::chrono::milliseconds>(wait + grace, TimeLeft(longestLimit) + shortestLimit);
     return m_client.Mail(Control::PluginId, mailId, request, limit);
 }
 

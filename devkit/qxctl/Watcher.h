@@ -25,6 +25,7 @@ private:
     enum class Step
     {
         Done,    // the next one may follow
+        Over,    // the time is over, and nothing is left to read
         Lost,    // the service is gone
         Refused, // for good; said
         Unread   // nobody takes the output any more

@@ -105,6 +105,13 @@ TEST_F(WatcherTest, EndsInTime)
     EXPECT_EQ(output.text, L"{\"sequence\":1}\n{\"sequence\":2}\n{\"sequence\":3}\n");
 }
 
+TEST_F(WatcherTest, TellsWhatIsThereWithoutAnyTime)
+{
+    service.newest = 250;
+    EXPECT_EQ(Run({L"--all", L"--timeout", L"0"}), ExitCode::Ok);
+    EXPECT_THAT(output.text, ::testing::EndsWith(L"{\"sequence\":250}\n"));
+}
+
 TEST_F(WatcherTest, GoesOnWithTheNextServiceFromItsBeginning)
 {
     service.newest = 7;
