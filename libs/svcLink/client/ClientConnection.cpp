@@ -5,6 +5,7 @@
 #include "Endpoint.h"
 
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace SvcLink
@@ -90,14 +91,7 @@ AgentStatus ClientConnection::Call(FrameHeader header, std::span<const std::uint
     WaitForAnswer(hold, waiting);
     m_waiting.erase(header.id);
     m_lastAnswer = Condition::Clock::now();
-    if (!m_isRead && !m_waiting.empty())
-    {
-        m_waiting.begin()->second->wake.WakeOne(); // reads from here on
-    }
-    else if (m_waiting.empty() && m_listenerSleeps)
-    {
-        m_listener.WakeOne();
-    }
+    PassOn();
     if (!waiting.answered)
     {
         return Status::FromSystemError(m_lostBy);
@@ -109,6 +103,7 @@ AgentStatus ClientConnection::Call(FrameHeader header, std::span<const std::uint
 void ClientConnection::WaitForAnswer(std::unique_lock<SlimLock>& hold, Waiting& waiting)
 {
     const auto isOver = [&] { return waiting.answered || m_lostBy != ERROR_SUCCESS; };
+    waiting.waits = true;
     while (!isOver())
     {
         waiting.wake.Wait(hold, [&] { return isOver() || !m_isRead; });
@@ -116,6 +111,26 @@ void ClientConnection::WaitForAnswer(std::unique_lock<SlimLock>& hold, Waiting& 
         {
             ReadOne(hold);
         }
+    }
+}
+
+void ClientConnection::PassOn()
+{
+    if (m_isRead)
+    {
+        return;
+    }
+    for (const auto& [id, waiting] : m_waiting)
+    {
+        if (waiting->waits && !waiting->answered)
+        {
+            waiting->wake.WakeOne();
+            return;
+        }
+    }
+    if (m_listenerSleeps)
+    {
+        m_listener.WakeOne();
     }
 }
 
@@ -165,6 +180,7 @@ void ClientConnection::WaitForQuiet(std::unique_lock<SlimLock>& hold)
         {
             return;
         }
+        PassOn();
         // In a row of calls the callers need not wake this thread after each.
         if (m_listener.WaitUntil(hold, quietFrom, [this] { return m_lostBy != ERROR_SUCCESS; }))
         {
@@ -184,14 +200,7 @@ void ClientConnection::ReadOne(std::unique_lock<SlimLock>& hold)
 {
     m_isRead = true;
     hold.unlock();
-    Frame frame;
-    std::uint32_t error = m_pipe.BeginRead();
-    error = error == ERROR_SUCCESS ? m_pipe.FinishRead(frame, INFINITE) : error;
-    if (error == ERROR_SUCCESS && !Accept(std::move(frame)))
-    {
-        error = ERROR_INVALID_DATA;
-    }
-    if (error != ERROR_SUCCESS)
+    if (const std::uint32_t error = TakeOne(); error != ERROR_SUCCESS)
     {
         Lose(error);
     }
@@ -200,6 +209,21 @@ void ClientConnection::ReadOne(std::unique_lock<SlimLock>& hold)
     if (m_lostBy != ERROR_SUCCESS)
     {
         m_listener.WakeOne();
+    }
+}
+
+std::uint32_t ClientConnection::TakeOne()
+{
+    try
+    {
+        Frame frame;
+        std::uint32_t error = m_pipe.BeginRead();
+        error = error == ERROR_SUCCESS ? m_pipe.FinishRead(frame, INFINITE) : error;
+        return error != ERROR_SUCCESS || Accept(std::move(frame)) ? error : ERROR_INVALID_DATA;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return ERROR_NOT_ENOUGH_MEMORY;
     }
 }
 
@@ -229,22 +253,23 @@ void ClientConnection::TakeCallback(Frame frame)
 {
     const std::uint64_t id = frame.header.id;
     auto shared = std::make_shared<Frame>(std::move(frame));
-    if (!m_workers->Submit([self = shared_from_this(), shared] { self->RunCallback(*shared); }))
+    if (!m_workers->Submit([self = shared_from_this(), shared] { return self->RunCallback(*shared); }))
     {
         Reply(id, Status::FromSystemError(ERROR_BUSY), {});
     }
 }
 
-void ClientConnection::RunCallback(const Frame& frame)
+WorkerPool::Rest ClientConnection::RunCallback(const Frame& frame)
 {
+    const std::uint64_t id = frame.header.id;
     const CallbackTable::Callback callback = m_callbacks->Find(frame.header.TrackingId());
     if (callback == nullptr)
     {
-        Reply(frame.header.id, Status::FromSystemError(ERROR_NOT_FOUND), {});
-        return;
+        return [self = shared_from_this(), id]
+        { self->Reply(id, Status::FromSystemError(ERROR_NOT_FOUND), {}); };
     }
-    const CallbackRun run(callback, frame);
-    Reply(frame.header.id, run.Result(), run.Message());
+    const auto run = std::make_shared<CallbackRun>(callback, frame);
+    return [self = shared_from_this(), id, run] { self->Reply(id, run->Result(), run->Message()); };
 }
 
 void ClientConnection::Reply(std::uint64_t id, AgentStatus status, std::span<const std::uint8_t> message)

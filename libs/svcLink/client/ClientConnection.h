@@ -42,12 +42,16 @@ private:
     struct Waiting
     {
         bool answered = false;
+        bool waits = false; // for its answer, not to write
         Frame answer;
         Condition wake;
     };
 
     AgentStatus Introduce(const std::string& managerId, std::uint32_t acquaintance);
     void WaitForAnswer(std::unique_lock<SlimLock>& hold, Waiting& waiting);
+
+    // Has somebody read if nobody does.
+    void PassOn();
 
     // The listener.
     [[nodiscard]] bool StartListening();
@@ -56,11 +60,12 @@ private:
 
     // The reader's.
     void ReadOne(std::unique_lock<SlimLock>& hold);
+    std::uint32_t TakeOne();
     [[nodiscard]] bool Accept(Frame frame);
     void TakeAnswer(Frame frame);
     void TakeCallback(Frame frame);
 
-    void RunCallback(const Frame& frame);
+    [[nodiscard]] WorkerPool::Rest RunCallback(const Frame& frame);
     void Reply(std::uint64_t id, AgentStatus status, std::span<const std::uint8_t> message);
 
     // No call waits from here on. The first error stays.

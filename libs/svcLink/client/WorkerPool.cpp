@@ -59,17 +59,25 @@ void WorkerPool::Stop()
 
 void WorkerPool::Run()
 {
+    BecomeIdle();
     for (Job job; TakeJob(job); job = nullptr)
     {
-        job();
+        const Rest rest = job();
+        BecomeIdle();
+        rest();
     }
+}
+
+void WorkerPool::BecomeIdle()
+{
+    const std::lock_guard hold(m_lock);
+    ++m_idle;
 }
 
 // False if the thread is to end; it is not counted any more then.
 bool WorkerPool::TakeJob(Job& job)
 {
     std::unique_lock hold(m_lock);
-    ++m_idle;
     const bool woken = m_work.WaitUntil(hold, Condition::Clock::now() + idleTime,
                                         [this] { return m_stopped || !m_jobs.empty(); });
     --m_idle;

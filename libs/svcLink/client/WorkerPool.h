@@ -15,7 +15,10 @@ namespace SvcLink
 class WorkerPool : public std::enable_shared_from_this<WorkerPool>
 {
 public:
-    using Job = std::function<void()>; // must not throw
+    // A job gives its rest, which is short: while that runs the thread counts as free already, so that the
+    // next job finds it and needs no thread of its own. Neither may throw.
+    using Rest = std::function<void()>;
+    using Job = std::function<Rest()>;
 
     // False if the job will not run: too many wait, or no thread could be had.
     [[nodiscard]] bool Submit(Job job);
@@ -25,6 +28,7 @@ public:
 
 private:
     void Run();
+    void BecomeIdle();
     [[nodiscard]] bool TakeJob(Job& job);
 
     SlimLock m_lock;

@@ -13,6 +13,7 @@ namespace
 {
 
 constexpr std::int32_t success = 0x20FF0000;
+constexpr std::uint32_t refused = 5; // a command
 constexpr auto gone = static_cast<std::int32_t>(0xE0FE04CF);
 constexpr auto timedOut = static_cast<std::int32_t>(0xE0FE05B4);
 constexpr auto tooLarge = static_cast<std::int32_t>(0xE0FE007A);
@@ -68,6 +69,10 @@ protected:
     {
         g_shared.inside = 0;
         g_shared.release = false;
+        handler.onCall = [](const auto&, const SvcLink::Call& call) {
+            return call.commandId == refused ? SvcLink::Answer{-5, {}}
+                                             : SvcLink::Answer{success, call.message};
+        };
         StartServer();
         manager = Connect();
         g_shared.manager = manager.get();
@@ -123,11 +128,11 @@ TEST_F(CallbackTest, ACallbackIsForgottenWithItsTrackingId)
 
 TEST_F(CallbackTest, ARefusedRegistrationLeavesTheCallbackThatWasThere)
 {
+    EXPECT_EQ(Execute(*manager, refused, {}, &Throw, id).status, -5);
+    EXPECT_EQ(CallBack({}).status, notFound);
     Register(&Echo);
-    server.Stop();
-    EXPECT_LT(Execute(*manager, 0x2051, {}, &Throw, id).status, 0);
-    StartServer();
-    EXPECT_LT(Execute(*manager, 0x2051, {}, &Throw, id).status, 0);
+    EXPECT_EQ(Execute(*manager, refused, {}, &Throw, id).status, -5);
+    EXPECT_EQ(CallBack({}).status, 7);
 }
 
 TEST_F(CallbackTest, SeveralRunAtOnceWhileCallsGoOn)

@@ -2,6 +2,7 @@
 #include "LinkTest.h"
 
 #include "Names.h"
+#include "ObjectCounts.h"
 #include "Processes.h"
 #include "QxCommon_utility.h"
 #include "VzComn_Handle.h"
@@ -11,6 +12,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstring>
 #include <optional>
 #include <thread>
 
@@ -144,6 +146,23 @@ TEST_F(DeathTest, TheHostSeesTheProcessOfEachClient)
     const Manager manager = ConnectToHost();
     const Outcome outcome = Execute(*manager, HostCommand::WhoCalls, {});
     ASSERT_EQ(outcome.message.size(), 12U);
+    std::uint32_t processId = 0;
+    std::memcpy(&processId, outcome.message.data(), sizeof processId);
+    EXPECT_EQ(processId, GetCurrentProcessId());
+}
+
+TEST_F(DeathTest, AHundredDeathsOfTheHostLeaveNothingBehind)
+{
+    EXPECT_EQ(TestSupport::GrowthOf(
+                  [&]
+                  {
+                      const Manager manager = ConnectToHost();
+                      EXPECT_EQ(Execute(*manager, 0x2052, {}, &Wait, "me").status, success);
+                      host.emplace(Beside(L"LinkHost.exe"));
+                      EXPECT_LT(Execute(*manager, 0x2051, {}).status, 0);
+                  },
+                  100),
+              "");
 }
 
 // The way of a product: nobody but the service control manager says who the host is.

@@ -19,7 +19,7 @@ constexpr DWORD smallFirst = 4 * 1024;
 constexpr DWORD largeFirst = 68 * 1024;
 
 // A frame of this size goes out without memory of its own.
-constexpr std::size_t smallFrame = 4 * 1024;
+constexpr std::size_t smallFrame = 4096;
 
 // The rest of a frame whose beginning is here is here as well: no more than a guard.
 constexpr DWORD restLimitMs = 10000;
