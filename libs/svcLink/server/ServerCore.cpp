@@ -332,16 +332,24 @@ void ServerCore::RunCall(const Connection& connection, Frame frame)
     FrameHeader header;
     header.kind = FrameKind::Answer;
     header.id = frame.header.id;
-    Call call{frame.header.commandId, frame.header.second, frame.header.TrackingId(),
-              std::move(frame.message)};
-    Answer answer = m_handler.OnCall(connection->client, call);
+    Answer answer;
+    try
+    {
+        Call call{frame.header.commandId, frame.header.second, frame.header.TrackingId(),
+                  std::move(frame.message)};
+        answer = m_handler.OnCall(connection->client, call);
+        connection->pipe.Recycle(std::move(call.message));
+    }
+    catch (const std::bad_alloc&)
+    {
+        answer.status = Status::OutOfMemory;
+    }
     header.status = answer.status;
     if (answer.message.size() > MaxMessageSize)
     {
         header.status = Status::FromSystemError(ERROR_INSUFFICIENT_BUFFER);
         answer.message.clear();
     }
-    connection->pipe.Recycle(std::move(call.message));
     static_cast<void>(connection->Send(header, answer.message, WriteLimit));
 }
 

@@ -236,6 +236,30 @@ TEST_F(RawTest, TheCallersProcessDoesNotComeFromItsFrames)
     EXPECT_EQ(handler.Connected().back().processId, GetCurrentProcessId());
 }
 
+TEST_F(RawTest, AHundredConnectionsTakeNoMemoryThatStays)
+{
+    const auto round = []
+    {
+        const RawPipe pipe;
+        pipe.Introduce();
+        FrameHeader answer;
+        EXPECT_TRUE(pipe.Write(BytesOfFrame(Of(FrameKind::Call, 60000), 60000)));
+        EXPECT_TRUE(pipe.Read(answer));
+    };
+    const auto rounds = [&](int count, std::size_t gone)
+    {
+        for (int i = 0; i < count; ++i)
+        {
+            round();
+        }
+        EXPECT_TRUE(WaitUntil([&] { return handler.Disconnected().size() == gone; }));
+    };
+    rounds(20, 20);
+    const std::size_t before = PrivateBytes();
+    rounds(100, 120);
+    EXPECT_LT(PrivateBytes(), before + (1U << 20));
+}
+
 // Ten seconds, which is the limit for a frame.
 TEST_F(RawTest, AClientThatDoesNotReadIsCutOff)
 {
