@@ -82,7 +82,7 @@ class Process:
 
     def counts(self) -> dict[str, int]:
         reply = self.probe.ask("counts", process=self.number)
-        return {name: int(reply[name]) for name in ("handles", "gdi", "windows", "threads")}
+        return {name: int(reply[name]) for name in ("handles", "gdi", "windows", "threads", "memory")}
 
     def modules(self) -> list[str]:
         return [record["path"] for record in self.probe.request("modules", process=self.number)]

@@ -137,3 +137,39 @@ def manager_end(erased: int | None) -> list[str]:
         error(f"DestroyContext fail, err={signed(INVALID_PARAMETER)}"),
         error(f"UninitProduct fail, err={signed(INVALID_PARAMETER)}"),
     )
+
+
+# The thread of a registration
+
+
+def registrations(found: list[Entry]) -> list[list[Entry]]:
+    """What the thread of each registration wrote, in the order of the registrations."""
+    begin = helper_trace("ReconnectProc")[0]
+    runs: list[list[Entry]] = []
+    latest: dict[int, list[Entry]] = {}  # the number of a thread that has ended may come again
+    for entry in found:
+        if entry.text == begin:
+            latest[entry.thread] = []
+            runs.append(latest[entry.thread])
+        if entry.thread in latest:
+            latest[entry.thread].append(entry)
+    return runs
+
+
+def assert_reconnected(found: list[Entry]) -> None:
+    """The thread saw the service's end and registered again, with as many attempts as it took, and wrote not a
+    line more. What the service said to the end of the callbacks is left open."""
+    erased = r"(EraseAllCallbackOfTrackingID, result=)-?\d+"
+    lines = [re.sub(erased, r"\g<1>0", line) for line in texts(found)]
+    first, last = helper_trace("ReconnectProc")
+    begin = [first, *mail(found[0].process, found[0].thread), RECONNECT]
+    end = [*_attempt(), last]
+    assert lines[: len(begin)] == begin
+    assert lines[-len(end) :] == end
+    between = lines[len(begin) : -len(end)]
+    refusals = [line for line in between if "executing command failed, err=" in line]
+    assert between == [line for refusal in refusals for line in _attempt(refusal)]
+
+
+def _attempt(*refusal: str) -> list[str]:
+    return [*manager_end(0), *helper_trace("InitProduct"), *helper_trace("RegisterProcess", *refusal)]

@@ -4,7 +4,6 @@
 
 #include <winternl.h>
 
-#include <psapi.h>
 #include <tlhelp32.h>
 
 namespace
@@ -89,10 +88,14 @@ std::size_t CountGdi(HANDLE process)
 
 std::size_t CountMemory(HANDLE process)
 {
-    PROCESS_MEMORY_COUNTERS_EX memory = {};
-    memory.cb = sizeof(memory);
-    GetProcessMemoryInfo(process, reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory), sizeof(memory));
-    return memory.PrivateUsage;
+    std::size_t bytes = 0;
+    MEMORY_BASIC_INFORMATION region = {};
+    for (const char* address = nullptr; VirtualQueryEx(process, address, &region, sizeof(region)) != 0;
+         address = static_cast<const char*>(region.BaseAddress) + region.RegionSize)
+    {
+        bytes += region.State == MEM_COMMIT && region.Type == MEM_PRIVATE ? region.RegionSize : 0U;
+    }
+    return bytes;
 }
 
 struct WindowCounter
