@@ -111,6 +111,8 @@ TEST_F(LinkTest, SixtyFourClientsAreServedAtOnce)
 
 TEST_F(LinkTest, AHundredConnectionsLeaveNothingBehind)
 {
+    // The service's threads go when they have had no work for ten seconds.
+    constexpr std::chrono::seconds patience{25};
     StartServer();
     EXPECT_EQ(GrowthOf(
                   [&]
@@ -120,7 +122,7 @@ TEST_F(LinkTest, AHundredConnectionsLeaveNothingBehind)
                       const auto id = handler.Connected().back().id;
                       EXPECT_EQ(server.CallBack(id, "me", {}, std::chrono::seconds(60)).status, success);
                   },
-                  100),
+                  100, patience),
               "");
 }
 
