@@ -90,10 +90,21 @@ Records SetNamedEvent(const Record& request)
     return {ErrorRecord(error)};
 }
 
-// Whether the event or the mutex of that name is there, and an event's state.
+// Whether a pipe of that name waits for a client.
+Record QueryPipe(const std::wstring& name)
+{
+    constexpr DWORD patience = 1; // milliseconds; 0 means as long as the pipe's owner likes
+    return ErrorRecord(WaitNamedPipeW(name.c_str(), patience) ? ERROR_SUCCESS : GetLastError());
+}
+
+// Whether the event, the mutex or the pipe of that name is there, and an event's state.
 Records Query(const Record& request)
 {
     const std::wstring name = request.Text("name");
+    if (request.Text("kind") == L"pipe")
+    {
+        return {QueryPipe(name)};
+    }
     const bool isMutex = request.Text("kind") == L"mutex";
     HANDLE object =
         isMutex ? OpenMutexW(SYNCHRONIZE, FALSE, name.c_str()) : OpenEventW(SYNCHRONIZE, FALSE, name.c_str());
