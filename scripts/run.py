@@ -14,7 +14,7 @@ sys.path.insert(0, str(_ROOT / "tests/e2e"))
 sys.dont_write_bytecode = True
 
 from desktop import Desktop, Process, Window, console_command_line, wait_until  # noqa: E402
-from host import HostService  # noqa: E402
+from host import HostService, Json  # noqa: E402
 from product import Product  # noqa: E402
 
 _PICTURES = _ROOT / "out/run"
@@ -41,8 +41,8 @@ def expect(holds: bool, what: str) -> None:
         raise AssertionError(what)
 
 
-def is_event(record: dict[str, object], event: int) -> bool:
-    return json.loads(str(record["request"])).get("eventId") == event
+def is_event(record: Json, event: int) -> bool:
+    return record["request"].get("eventId") == event
 
 
 class Play:
@@ -168,16 +168,16 @@ class Play:
 
     # What they are made of
 
-    def _send(self, command: dict[str, object]) -> None:
+    def _send(self, command: Json) -> None:
         detail(f"qxctl send '{json.dumps(command)}'")
         reply = self._host.send(command)
         detail(f"  reply: {json.dumps(reply)}")
         expect(int(reply["retCode"]) >= 0, "the command succeeds")
 
-    def _clients(self) -> list[dict[str, object]]:
+    def _clients(self) -> list[Json]:
         return self._host.status().get("clients", [])
 
-    def _client(self) -> dict[str, object]:
+    def _client(self) -> Json:
         (client,) = self._clients()
         return client
 
@@ -189,8 +189,8 @@ class Play:
         for line in self._host.status_text().splitlines():
             detail(f"  | {line}")
 
-    def _wait_for_records(self, wanted, count: int) -> list[dict[str, object]]:
-        found: list[dict[str, object]] = []
+    def _wait_for_records(self, wanted, count: int) -> list[Json]:
+        found: list[Json] = []
 
         def enough() -> bool:
             found[:] = [record for record in self._host.journal() if wanted(record)][:count]

@@ -6,7 +6,7 @@
 #include "ControlMails.h"
 #include "ControlRequest.h"
 #include "Failure.h"
-#include "QxCommon_utility.h"
+#include "RecordLine.h"
 
 namespace
 {
@@ -137,7 +137,7 @@ Watcher::Step Watcher::Print(QxCommon::JsonDb& records)
     }
     for (std::uint32_t i = 0; i < size && !IsDone(); ++i)
     {
-        if (!m_output.Line(QxCommon::TrimTrailingLineFeeds(records[i].ToFastString())))
+        if (!m_output.Line(RecordLine(records[i])))
         {
             return Step::Unread;
         }

@@ -133,7 +133,7 @@ def test_watch_prints_the_events_of_a_start(product: Product, service: HostServi
     assert events and all(record["processId"] == agent.number for record in events)
     assert (events[0]["pluginId"], events[0]["mailId"]) == (EVENT_CENTER, EVENT_MAIL)
     assert events[0]["time"] and events[0]["event"]
-    assert STARTED in [json.loads(record["request"])["eventId"] for record in events]
+    assert STARTED in [record["request"]["eventId"] for record in events]
 
 
 def test_watch_goes_on_with_the_next_service(
