@@ -18,6 +18,7 @@ namespace
 class LinkLibraryTest : public ::testing::Test
 {
 protected:
+    const std::wstring planted = TestSupport::TestProgram(L"planted", L"planted.dll"); // before the pretence
     TestSupport::TempDir folder;
     FakeProduct product{L"QxSessionAgent.exe", folder.Path()};
     TestSupport::LogCapture log{0x0100};
@@ -33,8 +34,7 @@ TEST_F(LinkLibraryTest, AMissingLibraryIsToldWithItsPath)
 
 TEST_F(LinkLibraryTest, ALibraryOfAnotherKindIsToldWithWhatItLacks)
 {
-    ASSERT_TRUE(
-        CopyFileW(TestSupport::TestProgram(L"planted", L"planted.dll").c_str(), library.c_str(), TRUE));
+    ASSERT_TRUE(CopyFileW(planted.c_str(), library.c_str(), TRUE));
     EXPECT_EQ(LoadLinkLibrary(), Status::FromSystemError(ERROR_PROC_NOT_FOUND));
     EXPECT_THAT(log.Texts(), ElementsAre(L": [ERROR] <" + library +
                                          L"> lacks the export _ZN17CRpcClientManagerC1EPvj, error=127"));

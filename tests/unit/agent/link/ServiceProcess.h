@@ -25,10 +25,14 @@ public:
 
     void Kill() const { SetEvent(m_event.Get()); }
 
+    // Nobody may wait for the process any more. The system gives the number of a closed handle to another
+    // object soon, so the look is whether the handle still moves with the event.
     [[nodiscard]] bool IsHandleClosed() const
     {
-        DWORD flags = 0;
-        return GetHandleInformation(m_given, &flags) == FALSE;
+        ResetEvent(m_event.Get());
+        const bool alive = WaitForSingleObject(m_given, 0) == WAIT_TIMEOUT;
+        SetEvent(m_event.Get());
+        return !alive || WaitForSingleObject(m_given, 0) != WAIT_OBJECT_0;
     }
 
     // For a test that counts handles: a thread that is told to stop leaves it open.
