@@ -1,5 +1,6 @@
 // From the start of the process to its running message loop: the agent beside a program that only makes a
-// hidden window. Starts are interleaved, so that both meet the same machine; the median counts.
+// hidden window. The agent finds its host service running and registers with it. Starts are interleaved, so
+// that both meet the same machine; the median counts.
 #include <windows.h>
 
 #include <algorithm>
@@ -7,6 +8,8 @@
 #include <iterator>
 #include <string>
 #include <vector>
+
+#include "HostService.h"
 
 namespace
 {
@@ -61,6 +64,12 @@ std::wstring FolderOf(const wchar_t* program)
 
 int main()
 {
+    const HostService service(QX_STAGE);
+    if (!service.IsReady())
+    {
+        std::printf("the host service does not come up\n");
+        return 1;
+    }
     wchar_t self[MAX_PATH];
     GetModuleFileNameW(nullptr, self, MAX_PATH);
     const std::wstring programs[] = {FolderOf(self) + L"minimal_window.exe",
