@@ -157,8 +157,8 @@ def registrations(found: list[Entry]) -> list[list[Entry]]:
 
 
 def assert_reconnected(found: list[Entry]) -> None:
-    """The thread saw the service's end and registered again, with as many attempts as it took, and wrote not a
-    line more. What the service said to the end of the callbacks is left open."""
+    """The thread saw the service's end and registered again, with as many attempts as it took, and wrote not
+    a line more. What the service said to the end of the callbacks is left open."""
     erased = r"(EraseAllCallbackOfTrackingID, result=)-?\d+"
     lines = [re.sub(erased, r"\g<1>0", line) for line in texts(found)]
     first, last = helper_trace("ReconnectProc")

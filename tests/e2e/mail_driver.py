@@ -1,4 +1,4 @@
-"""A program that sends many mails to the service over one connection, where one process a mail takes too long."""
+"""A program that sends many mails over one connection, where a process for each mail takes too long."""
 
 from __future__ import annotations
 

@@ -104,21 +104,21 @@ def test_megabytes_of_text_come_through(target: Target) -> None:
 
 
 def test_nuls_and_lone_surrogates_do_no_harm(target: Target) -> None:
-    for piece in ["\\u0000", "a\\u0000b", "\\ud800", "\\udc00", "\\ud800\\ud800", "\\udc00\\ud800x", "\\uffff"]:
+    nuls, halves = ["\\u0000", "a\\u0000b"], ["\\ud800", "\\udc00", "\\ud800\\ud800", "\\udc00\\ud800x"]
+    for piece in [*nuls, *halves, "\\uffff"]:
         for identity in IDS:
             if identity not in (1011, 1100):
                 target.send(
                     f'{{"JD_COMMAND_ID":{identity},"file":"{piece}","action":"{piece}","param":"{piece}",'
                     f'"nFeatureId":"{piece}","{piece}":"{piece}"}}'
                 )
-        if identity == 3000:
-            assert target.process.running
+        assert target.process.running
     assert target.reply('{"JD_COMMAND_ID":1101,"file":"C:\\\\\\u0000x"}')["retCode"] <= SUCCESS
 
 
 def test_what_is_no_json_is_refused_and_logged(target: Target) -> None:
-    texts_without_json = ["not JSON", '{"JD_COMMAND_ID":3000', '{"JD_COMMAND_ID":3000,}', "'", "{]", "\ufeff{}"]
-    for text in texts_without_json:
+    cut_off = ['{"JD_COMMAND_ID":3000', '{"JD_COMMAND_ID":3000,}']
+    for text in ["not JSON", *cut_off, "'", "{]", "\ufeff{}"]:
         assert target.reply(text) == {"JD_COMMAND_ID": None, "retCode": SUCCESS}
         assert target.lines(RECEIVED)[-1] == info(f"{RECEIVED}{text}")
     target.send("")
@@ -159,7 +159,8 @@ def any_value(source: random.Random, depth: int = 0) -> object:
     if kind == 0:
         return source.choice([None, True, False])
     if kind == 1:
-        return source.choice([0, 1, -1, 2**31, 2**32, 2**63, 2**64, -(2**63), source.randrange(-(10**20), 10**20)])
+        edges = [0, 1, -1, 2**31, 2**32, 2**63, 2**64, -(2**63)]
+        return source.choice([*edges, source.randrange(-(10**20), 10**20)])
     if kind == 2:
         return source.choice([0.1, -1e300, 1e-300, source.uniform(-1e12, 1e12)])
     if kind <= 4:

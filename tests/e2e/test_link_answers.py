@@ -1,5 +1,5 @@
-"""What the agent makes of every answer that the service can give: refusals, incomplete answers, texts that are
-no JSON, calls that fail. Compared to the letter."""
+"""What the agent makes of every answer that the service can give: refusals, incomplete answers, texts that
+are no JSON, calls that fail. Compared to the letter."""
 
 from __future__ import annotations
 
@@ -69,7 +69,9 @@ REFUSALS = [
 ]
 
 
-@pytest.mark.parametrize("options, lines, status", REFUSALS, ids=["refused", "no-result", "failed", "unknown"])
+@pytest.mark.parametrize(
+    "options, lines, status", REFUSALS, ids=["refused", "no-result", "failed", "unknown"]
+)
 def test_a_registration_that_fails_ends_the_start(
     product: Product, host: HostService, options: list[str], lines: list[str], status: int
 ) -> None:
@@ -100,7 +102,7 @@ def test_a_slow_registration_holds_up_the_start(product: Product, host: HostServ
     host.answer(*REGISTER, "--delay", "3000", "--times", "1")
     agent = product.start("2")
     host.wait_for_records(agent.number, "register")
-    wait_until(lambda: product.log_lines("==> CVzRpcClientHelper::RegisterProcess", agent), "the registration")
+    product.wait_for_log("==> CVzRpcClientHelper::RegisterProcess", agent)
     assert product.find_frame() is None and product.opened_nothing()
     product.desktop.wait_for_consoles(1)
 

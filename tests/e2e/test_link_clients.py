@@ -44,8 +44,8 @@ def test_sixty_four_clients_are_served_at_once(product: Product) -> None:
         host.wait_for_clients(CLIENTS)
         quarters = [clients[i::4] for i in range(4)]
         with ThreadPoolExecutor(4) as threads:
-            names = [n for found in threads.map(lambda some: call_back(product, some), quarters) for n in found]
-        assert len(set(names)) == CLIENTS
+            found = threads.map(lambda some: call_back(product, some), quarters)
+        assert len({name for names in found for name in names}) == CLIENTS
     finally:
         product.desktop.end_programs("LinkClients")
     wait_until(lambda: host.clients() == [], "the end of all clients")

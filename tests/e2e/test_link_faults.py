@@ -21,7 +21,6 @@ WM_ENDSESSION = 0x0016
 EVENT_MAIL = (5, 0x1802)
 HANDLE_MAIL = (0x4E000C, 0x8C1E)
 REGISTER = (0, 0x2052)
-UNREGISTER = (0, 0x2053)
 FOR_EVER = ("--delay", "600000")
 
 
@@ -86,7 +85,9 @@ def assert_takes_commands(host: HostService) -> None:
 # The service dies
 
 
-def test_a_service_that_is_stopped_and_started_gets_its_agent_back(product: Product, host: HostService) -> None:
+def test_a_service_that_is_stopped_and_started_gets_its_agent_back(
+    product: Product, host: HostService
+) -> None:
     agent = start_registered(product, host)
     host.stop()
     product.wait_for_log("Reconnect the RPC...", agent)
@@ -147,7 +148,8 @@ def test_a_service_that_dies_while_the_agent_registers_again_is_tried_again(
     freeze(product, agent.number)
     host.kill()
     second = start_in_foreground(product)
-    wait_until(lambda: host.qxctl("answer", "--plugin", "0", "--mail", "0x2052", *FOR_EVER).code == 0, "the order")
+    order = ("answer", "--plugin", "0", "--mail", "0x2052", *FOR_EVER)
+    wait_until(lambda: host.qxctl(*order).code == 0, "the order to the new service")
     thaw(product, agent.number)
     host.wait_for_records(agent.number, "register", 2)
     second.terminate()
