@@ -71,12 +71,12 @@ int RunLinked(const Arguments& arguments, Output& output)
         output.Note(folder + L"\\svcLink.dll cannot be loaded: " + Describe(loaded));
         return ExitCode::NotReachable;
     }
-    ControlClient client;
-    const int code = RunWithClient(arguments, client, output);
-    if (client.HasAbandonedCalls())
-    {
-        TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));
-    }
+    // Deliberate: the process ends with its connection open. Closed before, the connection's thread would end
+    // together with the process, which now and then crashes in the system; and a call that ran out of time
+    // would be waited for.
+    auto* const client = new ControlClient;
+    const int code = RunWithClient(arguments, *client, output);
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(code));
     return code;
 }
 
