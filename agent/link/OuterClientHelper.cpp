@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <new>
-#include <utility>
 #include <vector>
 
 #include "LinkLibrary.h"
@@ -24,7 +23,7 @@ void KeepForEver(RpcManager& manager)
     static auto& kept = *new std::vector<RpcManager>;
     if (manager)
     {
-        kept.push_back(std::move(manager));
+        kept.push_back(manager);
     }
     manager.reset();
 }
@@ -82,13 +81,18 @@ CVzRpcClientHelper::CVzRpcClientHelper(std::uint32_t /*uReserved*/, const std::w
 CVzRpcClientHelper::~CVzRpcClientHelper()
 {
     FUNCTION_TRACE(L"CVzRpcClientHelper::~CVzRpcClientHelper");
-    {
-        const RpcLockGuard lock(g_rpcLock);
-        StopWatching();
-    }
-    UninitProduct();
-    const RpcLockGuard lock(g_rpcLock);
-    --m_uiRefCnt;
+    Guarded(L"~CVzRpcClientHelper",
+            [this]
+            {
+                {
+                    const RpcLockGuard lock(g_rpcLock);
+                    StopWatching();
+                }
+                UninitProduct();
+                const RpcLockGuard lock(g_rpcLock);
+                --m_uiRefCnt;
+                return Status::Success;
+            });
 }
 
 AgentStatus CVzRpcClientHelper::InitProduct(std::uint32_t /*uFirst*/, std::uint32_t /*uSecond*/,
