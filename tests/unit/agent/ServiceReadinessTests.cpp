@@ -10,6 +10,7 @@
 
 #include "../vzcommon/FakeOsVersion.h"
 #include "FakeProduct.h"
+#include "FakeRefusals.h"
 #include "ImportPatch.h"
 #include "InstalledService.h"
 #include "LogCapture.h"
@@ -80,30 +81,6 @@ HINSTANCE WINAPI NoteLaunch(HWND /*window*/, const wchar_t* verb, const wchar_t*
     EXPECT_STREQ(file, L"C:\\Product\\QxSessionAgent_M.exe");
     EXPECT_EQ(parameters, nullptr);
     ++g_launches;
-    return nullptr;
-}
-
-SC_HANDLE WINAPI DeniedService(SC_HANDLE /*manager*/, const wchar_t* name, DWORD /*access*/)
-{
-    EXPECT_STREQ(name, L"Melvio Host Service");
-    SetLastError(ERROR_ACCESS_DENIED);
-    return nullptr;
-}
-
-SC_HANDLE WINAPI DeniedManager(const wchar_t* /*machine*/, const wchar_t* /*database*/, DWORD /*access*/)
-{
-    SetLastError(ERROR_ACCESS_DENIED);
-    return nullptr;
-}
-
-HANDLE WINAPI DeniedEvent(DWORD access, BOOL /*inherit*/, const wchar_t* /*name*/)
-{
-    // The test for the event may look, the request may not be made.
-    if (access == 1)
-    {
-        return CreateEventA(nullptr, FALSE, FALSE, nullptr);
-    }
-    SetLastError(ERROR_ACCESS_DENIED);
     return nullptr;
 }
 
@@ -206,6 +183,15 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Windows, ModernReadinessTest, ::testing::Values(windows8, windows10));
 
+// The same on every system.
+class AnyReadinessTest : public ServiceReadinessTest, public ::testing::WithParamInterface<Windows>
+{
+protected:
+    AnyReadinessTest() : ServiceReadinessTest(GetParam()) {}
+};
+
+INSTANTIATE_TEST_SUITE_P(Windows, AnyReadinessTest, ::testing::Values(windows7, windows8, windows10));
+
 class OldReadinessTest : public ServiceReadinessTest
 {
 protected:
@@ -213,10 +199,11 @@ protected:
 };
 } // namespace
 
-TEST_P(ModernReadinessTest, ModeOneIsContentWithARunningServiceAtOnce)
+TEST_P(AnyReadinessTest, ModeOneIsContentWithARunningServiceAtOnceAndOpensNoEvent)
 {
     InstallRunning();
     MakeEvent();
+    const ImportPatch event(nullptr, "OpenEventW", &ForbiddenEvent);
     EXPECT_EQ(Check(L"1"), Status::Success);
     EXPECT_EQ(g_clock.seconds, 0U);
     EXPECT_FALSE(IsAsked());
@@ -343,18 +330,28 @@ TEST_F(OldReadinessTest, ModeOneReportsAManagerThatRefusesAndNeverRelaunches)
                             L"!!! : [ERROR] QX service was not started... 0xe0fe0005"));
 }
 
-// The other modes ask for no version; on a system that has none, mode 1 counts as old.
-class OtherModesTest : public ServiceReadinessTest, public ::testing::WithParamInterface<std::string>
+class OtherModesTest : public ServiceReadinessTest,
+                       public ::testing::WithParamInterface<std::tuple<Windows, std::string>>
 {
+protected:
+    OtherModesTest() : ServiceReadinessTest(std::get<Windows>(GetParam())) {}
+
+    AgentStatus CheckInMode()
+    {
+        const std::string& mode = std::get<std::string>(GetParam());
+        return Check({mode.begin(), mode.end()});
+    }
 };
 
-INSTANTIATE_TEST_SUITE_P(Modes, OtherModesTest, ::testing::Values("0", "2", "5", "", "-1", "tray"));
+INSTANTIATE_TEST_SUITE_P(Modes, OtherModesTest,
+                         ::testing::Combine(::testing::Values(windows7, windows8, windows10),
+                                            ::testing::Values("0", "2", "5", "", "-1", "tray")));
 
 TEST_P(OtherModesTest, AskTheWatchdogWithoutWaitingFirst)
 {
     Install(L"slow-start 100");
     PlayWatchdog();
-    EXPECT_EQ(Check({GetParam().begin(), GetParam().end()}), Status::Success);
+    EXPECT_EQ(CheckInMode(), Status::Success);
     EXPECT_EQ(requests, 1);
     EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_RUNNING));
     EXPECT_THAT(Texts(), ElementsAre(L"[INFO],[], ==> CStartHelper::CheckQxSvc",
@@ -364,12 +361,12 @@ TEST_P(OtherModesTest, AskTheWatchdogWithoutWaitingFirst)
 TEST_P(OtherModesTest, StartTheServiceThemselvesWithoutAWatchdog)
 {
     Install(L"slow-start 100");
-    EXPECT_EQ(Check({GetParam().begin(), GetParam().end()}), Status::Success);
+    EXPECT_EQ(CheckInMode(), Status::Success);
     EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_RUNNING));
     EXPECT_THAT(Lines(), ElementsAre());
 }
 
-TEST_F(ServiceReadinessTest, OtherModesAskTheWatchdogEvenForARunningService)
+TEST_P(AnyReadinessTest, OtherModesAskTheWatchdogEvenForARunningService)
 {
     InstallRunning();
     MakeEvent();
@@ -378,14 +375,14 @@ TEST_F(ServiceReadinessTest, OtherModesAskTheWatchdogEvenForARunningService)
     EXPECT_EQ(g_clock.seconds, 0U);
 }
 
-TEST_F(ServiceReadinessTest, OtherModesAreContentWithARunningServiceAndNoWatchdog)
+TEST_P(AnyReadinessTest, OtherModesAreContentWithARunningServiceAndNoWatchdog)
 {
     InstallRunning();
     EXPECT_EQ(Check(L"5"), Status::Success);
     EXPECT_THAT(Lines(), ElementsAre(L"@@@ Service is already running..."));
 }
 
-TEST_F(ServiceReadinessTest, OtherModesReportAWatchdogThatDoesNotBringTheServiceUp)
+TEST_P(AnyReadinessTest, OtherModesReportAWatchdogThatDoesNotBringTheServiceUp)
 {
     Install(L"normal");
     MakeEvent();
@@ -395,7 +392,7 @@ TEST_F(ServiceReadinessTest, OtherModesReportAWatchdogThatDoesNotBringTheService
     EXPECT_THAT(Lines(), ElementsAre(watchTimedOut, L"!!! : [ERROR] Start service failed with 0xe0fe05b4"));
 }
 
-TEST_F(ServiceReadinessTest, OtherModesRelaunchWhenTheyMayNotStartTheService)
+TEST_P(AnyReadinessTest, OtherModesRelaunchWhenTheyMayNotStartTheService)
 {
     const ImportPatch manager(nullptr, "OpenServiceW", &DeniedService);
     const ImportPatch shell(nullptr, "ShellExecuteW", &NoteLaunch);
@@ -405,7 +402,18 @@ TEST_F(ServiceReadinessTest, OtherModesRelaunchWhenTheyMayNotStartTheService)
     EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::Open() failed: 0x00000005"));
 }
 
-TEST_F(ServiceReadinessTest, OtherModesDoNotRelaunchForAnotherFailure)
+TEST_P(AnyReadinessTest, OtherModesRelaunchWhenOnlyTheStartItselfIsDenied)
+{
+    Install(L"normal");
+    const ImportPatch start(nullptr, "StartServiceW", &DeniedStart);
+    const ImportPatch shell(nullptr, "ShellExecuteW", &NoteLaunch);
+    EXPECT_EQ(Check(L"5"), Status::FromBits(0xE0FE0005));
+    EXPECT_EQ(g_launches, 1);
+    EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_STOPPED));
+    EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::Start() failed: 0x00000005"));
+}
+
+TEST_P(AnyReadinessTest, OtherModesDoNotRelaunchForAnotherFailure)
 {
     const ImportPatch shell(nullptr, "ShellExecuteW", &NoteLaunch);
     EXPECT_EQ(Check(L"5"), Status::FromBits(0xE0FE0424));
@@ -413,7 +421,7 @@ TEST_F(ServiceReadinessTest, OtherModesDoNotRelaunchForAnotherFailure)
     EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::Open() failed: 0x00000424"));
 }
 
-TEST_F(ServiceReadinessTest, OtherModesDoNotRelaunchWhenTheyMayNotAskTheWatchdog)
+TEST_P(AnyReadinessTest, OtherModesDoNotRelaunchWhenTheyMayNotAskTheWatchdog)
 {
     g_clock.milliseconds = 0;
     const ImportPatch event(nullptr, "OpenEventW", &DeniedEvent);
