@@ -4,6 +4,7 @@
 
 #include <shellapi.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,9 +14,10 @@
 struct Execution
 {
     SHELLEXECUTEINFOW info{}; // its pointers are stale
-    std::wstring verb;
-    std::wstring file;
-    std::wstring parameters;
+    // Nothing for a pointer that was null.
+    std::optional<std::wstring> verb;
+    std::optional<std::wstring> file;
+    std::optional<std::wstring> parameters;
 };
 
 // Stands in for the shell for the length of a scope. One at a time.

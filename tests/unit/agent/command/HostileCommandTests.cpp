@@ -177,7 +177,7 @@ protected:
         effects.insert(effects.end(), TheConsole().calls.begin(), TheConsole().calls.end());
         for (const Execution& run : shell.executions)
         {
-            effects.push_back(Shell(run.file, run.verb, run.parameters,
+            effects.push_back(Shell(run.file.value(), run.verb.value(), run.parameters.value(),
                                     reinterpret_cast<std::uintptr_t>(run.info.hwnd), run.info.nShow));
         }
         EXPECT_LE(effects.size(), 1U);

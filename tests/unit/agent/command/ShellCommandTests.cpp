@@ -62,9 +62,7 @@ TEST_F(FakeShellCommandTest, ShowsAndPassesEmptyTextsWhenKeysAreMissing)
                                           L"\",\"param\":null,\"retCode\":553582592,\"windowHandle\":null}");
     ASSERT_EQ(shell.executions.size(), 1U);
     const Execution& execution = shell.executions[0];
-    EXPECT_NE(execution.info.lpVerb, nullptr);
-    EXPECT_NE(execution.info.lpParameters, nullptr);
-    EXPECT_EQ(execution.verb, L"");
+    EXPECT_EQ(execution.verb, L""); // and not none
     EXPECT_EQ(execution.parameters, L"");
     EXPECT_EQ(execution.info.hwnd, nullptr);
     EXPECT_EQ(execution.info.nShow, 5);
@@ -184,19 +182,23 @@ HWND BoxOfThisProcess()
     return nullptr;
 }
 
-// The shell tells the user, who has to answer before the command goes on.
-TEST_F(ShellCommandTest, WaitsForTheUserWhenTheShellFails)
+// Closes the shell's boxes as the user would until the command has its reply.
+struct Answered
 {
-    const std::wstring stranger = folder.Write(L"stranger.qxnosuchtype", "x");
-    std::atomic<bool> ended = false;
     std::wstring reply;
+    bool hasAsked = false;
+};
+
+Answered ReplyWithTheUser(const std::wstring& command)
+{
+    Answered answered;
+    std::atomic<bool> ended = false;
     std::thread library(
         [&]
         {
-            reply = ReplyTo(Command(stranger, L",\"action\":\"open\""));
+            answered.reply = ReplyTo(command);
             ended = true;
         });
-    bool seen = false;
     EXPECT_TRUE(TestSupport::WaitUntil(
         [&]
         {
@@ -204,17 +206,51 @@ TEST_F(ShellCommandTest, WaitsForTheUserWhenTheShellFails)
             if (box != nullptr)
             {
                 EXPECT_FALSE(ended.load());
-                seen = true;
+                answered.hasAsked = true;
                 PostMessageW(box, WM_CLOSE, 0, 0);
             }
             return ended.load();
         }));
     library.join();
-    EXPECT_TRUE(seen);
+    return answered;
+}
+
+// The shell tells the user, who has to answer before the command goes on.
+TEST_F(ShellCommandTest, WaitsForTheUserWhenTheShellFails)
+{
+    const std::wstring stranger = folder.Write(L"stranger.qxnosuchtype", "x");
+    const auto [reply, hasAsked] = ReplyWithTheUser(Command(stranger, L",\"action\":\"open\""));
+    EXPECT_TRUE(hasAsked);
     EXPECT_EQ(reply, L"{\"JD_COMMAND_ID\":1101,\"action\":\"open\",\"file\":\"" + InJson(stranger) +
                          L"\",\"param\":null,\"retCode\":-520159231,\"windowHandle\":null}");
     ASSERT_EQ(log.Texts().size(), 1U);
     EXPECT_TRUE(log.Texts()[0].starts_with(L": [ERROR] Failed to execute, [wstrFile=" + stranger +
                                            L"][wstrParam=][wstrVerb=open][GetLastError()="));
+}
+
+// What the shell makes of a verb that it does not know is its own affair; the agent has to live through it.
+TEST_F(ShellCommandTest, LivesThroughAnActionOfAnyLength)
+{
+    const std::wstring program = TestSupport::TestProgram(L"LaunchRecorder", L"LaunchRecorder.exe");
+    for (const std::size_t length : {300U, 5000U})
+    {
+        const std::wstring action(length, L'v');
+        for (const std::wstring& existing : {file, folder.Path(), program})
+        {
+            const std::wstring reply =
+                ReplyWithTheUser(Command(existing, L",\"action\":\"" + action + L"\"")).reply;
+            EXPECT_TRUE(reply.starts_with(L"{\"JD_COMMAND_ID\":1101,\"action\":\"" + action + L'"'));
+        }
+    }
+}
+
+TEST_F(FakeShellCommandTest, PassesAnActionOfAnyLengthOn)
+{
+    for (const std::size_t length : {300U, 5000U})
+    {
+        const std::wstring action(length, L'v');
+        ReplyTo(Command(file, L",\"action\":\"" + action + L"\""));
+        EXPECT_EQ(shell.executions.back().verb, action);
+    }
 }
 } // namespace
