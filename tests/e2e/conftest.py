@@ -70,3 +70,4 @@ def _keep_evidence(folder: Path, desktop: Desktop, product: Product | None) -> N
     (folder / "windows.txt").write_text("\n".join(windows) + "\n")
     if product is not None:
         (folder / "log.txt").write_text(product.log_text())
+        (folder / "log-win32.txt").write_text(product.win32_log_text())

@@ -38,6 +38,23 @@ def _link(source: str, target: str) -> None:
     shutil.copy2(source, target)
 
 
+def _write_log_settings(folder: Path, level: int, enable: int, target: str) -> None:
+    keys = f"Enable={enable}\r\nLevel={level:#x}\r\nLogFolder={target}\r\nRobust=1\r\n"
+    text = f"[InteractiveSession]\r\n{keys}[ServiceSession]\r\n{keys}"
+    (folder / "vzdbg.ini").write_text(text, newline="")
+
+
+def _text_of_files(folder: Path) -> str:
+    files = sorted(folder.glob("*")) if folder.is_dir() else []
+    contents = (file.read_bytes() for file in files if file.is_file())
+    return b"".join(contents).decode("utf-8", errors="replace")
+
+
+def _matching(lines: list[str], text: str, process: Process | None) -> list[str]:
+    writer = "" if process is None else f" {process.number:04x}:"
+    return [line for line in lines if text in line and writer in line]
+
+
 class Product:
     """Starts the agent from one tree, and reads what it logged and what it opened."""
 
@@ -48,6 +65,8 @@ class Product:
         self.root = root
         self.windows_root = windows_root or windows_path(root)
         self.log_folder = log_folder
+        # The other programs have one of their own, so that it does not stand between the agent's lines.
+        self.win32_log_folder = log_folder.with_name(f"{log_folder.name}-win32")
 
     def move(self, folder: Path) -> None:
         """Puts the tree under another name."""
@@ -65,10 +84,13 @@ class Product:
         self.configuration.write_text(json.dumps({"startMode": items}))
 
     def write_log_settings(self, level: int, enable: int = 1, folder: str | None = None) -> None:
+        """Of the agent."""
         target = windows_path(self.log_folder) if folder is None else folder
-        keys = f"Enable={enable}\r\nLevel={level:#x}\r\nLogFolder={target}\r\nRobust=1\r\n"
-        text = f"[InteractiveSession]\r\n{keys}[ServiceSession]\r\n{keys}"
-        (self.root / "vzdbg.ini").write_text(text, newline="")
+        _write_log_settings(self.root, level, enable, target)
+
+    def write_win32_log_settings(self, level: int) -> None:
+        """Of the programs in win32."""
+        _write_log_settings(self.root / "win32", level, 1, windows_path(self.win32_log_folder))
 
     # Running
 
@@ -135,9 +157,10 @@ class Product:
     # Log
 
     def log_text(self) -> str:
-        files = sorted(self.log_folder.glob("*")) if self.log_folder.is_dir() else []
-        contents = (file.read_bytes() for file in files if file.is_file())
-        return b"".join(contents).decode("utf-8", errors="replace")
+        return _text_of_files(self.log_folder)
+
+    def win32_log_text(self) -> str:
+        return _text_of_files(self.win32_log_folder)
 
     def all_log_lines(self) -> list[str]:
         """The lines whole: JSON text in a line keeps its own line feeds."""
@@ -145,8 +168,11 @@ class Product:
 
     def log_lines(self, text: str, process: Process | None = None) -> list[str]:
         """The lines that hold the text, all or those of one process."""
-        writer = "" if process is None else f" {process.number:04x}:"
-        return [line for line in self.all_log_lines() if text in line and writer in line]
+        return _matching(self.all_log_lines(), text, process)
+
+    def win32_log_lines(self, text: str, process: Process) -> list[str]:
+        """The same of a program in win32."""
+        return _matching(self.win32_log_text().split("\r\n")[:-1], text, process)
 
     def wait_for_log(self, text: str, process: Process | None = None, limit: float = 30.0) -> list[str]:
         wait_until(lambda: self.log_lines(text, process), f"<{text}> in the log", limit)
@@ -154,8 +180,9 @@ class Product:
 
 
 def copy_product(desktop: Desktop, stage: Path, folder: Path) -> Product:
-    """A tree of one's own that logs everything into a folder beside it."""
+    """A tree of one's own that logs everything into two folders beside it."""
     shutil.copytree(stage, folder / "product", copy_function=_link)
     product = Product(desktop, folder / "product", folder / "log")
     product.write_log_settings(level=LOG_EVERYTHING)
+    product.write_win32_log_settings(level=LOG_EVERYTHING)
     return product
