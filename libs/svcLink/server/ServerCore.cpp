@@ -57,10 +57,8 @@ void ServerCore::Stop()
         return;
     }
     m_changed.Wait(hold, [this] { return m_clients.empty() && !m_listening; });
-    for (std::uint32_t i = 0; i < m_threads; ++i)
-    {
-        PostQueuedCompletionStatus(m_port.Get(), 0, 0, nullptr);
-    }
+    m_turns.Quit();
+    PostQueuedCompletionStatus(m_port.Get(), 0, 0, nullptr); // for the one at the port
     m_changed.Wait(hold, [this] { return m_threads == 0; });
 }
 
@@ -76,7 +74,6 @@ bool ServerCore::AddThread()
     {
         const std::lock_guard hold(m_lock);
         ++m_threads;
-        ++m_idle;
     }
     if (StartDetachedThread([core = shared_from_this()] { core->RunThread(); }))
     {
@@ -84,13 +81,12 @@ bool ServerCore::AddThread()
     }
     const std::lock_guard hold(m_lock);
     --m_threads;
-    --m_idle;
     return false;
 }
 
 void ServerCore::RunThread()
 {
-    while (WaitForWork())
+    while (m_turns.Take() && ServeNext())
     {
     }
     const std::lock_guard hold(m_lock);
@@ -98,57 +94,35 @@ void ServerCore::RunThread()
     m_changed.WakeAll();
 }
 
-// Waits at the port and does what comes. False if the thread is to end; it does not count as idle then.
-bool ServerCore::WaitForWork()
+// Waits at the port, leaves it and does what came. False if the thread is to end.
+bool ServerCore::ServeNext()
 {
     DWORD bytes = 0;
     ULONG_PTR key = 0;
     OVERLAPPED* overlapped = nullptr;
-    const BOOL done = GetQueuedCompletionStatus(m_port.Get(), &bytes, &key, &overlapped, PatienceMs());
-    const std::uint32_t error = done ? ERROR_SUCCESS : GetLastError();
-    if (!done && overlapped == nullptr)
+    BOOL done = FALSE;
+    while (!(done = GetQueuedCompletionStatus(m_port.Get(), &bytes, &key, &overlapped, PatienceMs())) &&
+           overlapped == nullptr)
     {
         ListenAgain();
-        return StayIdle();
     }
+    const std::uint32_t error = done ? ERROR_SUCCESS : GetLastError();
     const bool quit = key == 0;
-    if (LeaveIdle() && !quit)
+    if (!m_turns.Leave() && !quit)
     {
         AddThread();
     }
-    if (quit)
+    if (!quit)
     {
-        return false;
+        Dispatch(*reinterpret_cast<ServerConnection*>(key), bytes, error);
     }
-    Dispatch(*reinterpret_cast<ServerConnection*>(key), bytes, error);
-    const std::lock_guard hold(m_lock);
-    ++m_idle;
-    return true;
+    return !quit;
 }
 
 std::uint32_t ServerCore::PatienceMs()
 {
     const std::lock_guard hold(m_lock);
-    return m_listening ? ThreadIdleMs : ListenRetryMs;
-}
-
-// False if others are idle as well, so that this thread can go.
-bool ServerCore::StayIdle()
-{
-    const std::lock_guard hold(m_lock);
-    if (m_idle > 1)
-    {
-        --m_idle;
-        return false;
-    }
-    return true;
-}
-
-// True if nobody is left at the port.
-bool ServerCore::LeaveIdle()
-{
-    const std::lock_guard hold(m_lock);
-    return --m_idle == 0;
+    return m_listening ? INFINITE : ListenRetryMs;
 }
 
 void ServerCore::Dispatch(ServerConnection& connection, DWORD bytes, std::uint32_t error)

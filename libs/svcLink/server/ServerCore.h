@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PortTurns.h"
 #include "ServerConnection.h"
 #include "SlimLock.h"
 #include "VzComn_Handle.h"
@@ -15,7 +16,7 @@ namespace SvcLink
 
 // The endpoint and its threads between Start and Stop. The threads share one completion port. Whoever gets a
 // frame begins the connection's next read and then runs the call itself, so that a call needs no change of
-// threads; there is always one more thread at the port than are busy.
+// threads.
 class ServerCore : public std::enable_shared_from_this<ServerCore>
 {
 public:
@@ -34,10 +35,8 @@ private:
 
     bool AddThread();
     void RunThread();
-    bool WaitForWork();
+    bool ServeNext();
     std::uint32_t PatienceMs();
-    bool StayIdle();
-    bool LeaveIdle();
     void Dispatch(ServerConnection& connection, DWORD bytes, std::uint32_t error);
 
     // Make an instance of the pipe wait for a client.
@@ -58,6 +57,7 @@ private:
     Handler& m_handler;
     std::wstring m_name;
     VzCommon::KernelHandle m_port;
+    PortTurns m_turns;
 
     SlimLock m_lock;
     Condition m_changed;                           // for Stop
@@ -66,7 +66,6 @@ private:
     Connection m_listening;
     std::uint64_t m_nextClient = 1;
     std::uint32_t m_threads = 0;
-    std::uint32_t m_idle = 0;
 };
 
 } // namespace SvcLink
