@@ -25,7 +25,6 @@ using VzCommon::Service::Base;
 namespace ConnectMode = VzCommon::Service::ConnectMode;
 
 constexpr std::uint32_t roundMs = 1000;
-constexpr DWORD eventModifyState = 2; // EVENT_MODIFY_STATE
 constexpr std::uint32_t toWatch = GENERIC_READ;
 // Deliberate: asks for the right to start and stop although a running service needs neither, so that a caller
 // without it learns so at once.
@@ -97,7 +96,7 @@ KernelHandle OpenStartRequest(std::uint32_t seconds, DWORD& error)
     KernelHandle request;
     for (std::uint32_t round = 0; round < seconds; ++round)
     {
-        request.Reset(OpenEventW(eventModifyState, FALSE, name.c_str()));
+        request.Reset(OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
         error = GetLastError();
         if (request)
         {
@@ -232,7 +231,7 @@ AgentStatus StartServiceDirect(const std::wstring& name, bool waitRunning, std::
 AgentStatus StopServiceByWatchdog(bool force, std::uint32_t seconds)
 {
     const std::wstring name = GetStopRequestEventName();
-    const KernelHandle request(OpenEventW(eventModifyState, FALSE, name.c_str()));
+    const KernelHandle request(OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
     const DWORD error = GetLastError();
     if (!request)
     {

@@ -11,8 +11,6 @@ namespace WatchDog
 {
 namespace
 {
-constexpr DWORD eventModifyState = 2; // EVENT_MODIFY_STATE
-
 std::wstring Name()
 {
     return L"Global\\WATCHDOG_EVENT_END" + QxCommon::GetProductId();
@@ -21,7 +19,7 @@ std::wstring Name()
 VzCommon::KernelHandle OpenEndEvent()
 {
     const std::wstring name = Name();
-    return VzCommon::KernelHandle(OpenEventW(eventModifyState, FALSE, name.c_str()));
+    return VzCommon::KernelHandle(OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
 }
 } // namespace
 
