@@ -9,6 +9,7 @@ namespace
 using VzCommon::KernelHandle;
 
 constexpr std::chrono::seconds endLimit{10}; // of a process that has signalled its crash
+constexpr UINT endedExitCode = 1;
 
 std::wstring ExitCodeOf(HANDLE process)
 {
@@ -20,7 +21,7 @@ std::wstring ExitCodeOf(HANDLE process)
 
 // Deliberate: with the rights and in the session of the watchdog. In the product, where the watchdog runs
 // outside of the sessions, CreateProcessAsUserW with the user's token stands here.
-void AgentKeeper::Start()
+void AgentKeeper::Start(Clock::time_point now)
 {
     m_due.reset();
     m_hasSignalled = false;
@@ -32,7 +33,9 @@ void AgentKeeper::Start()
     if (!CreateProcessW(m_path.c_str(), commandLine.data(), nullptr, nullptr, FALSE, CREATE_NEW_PROCESS_GROUP,
                         nullptr, nullptr, &startup, &started))
     {
-        Complain(m_path + L" cannot be started: error " + std::to_wstring(GetLastError()) + L".");
+        const DWORD error = GetLastError();
+        Complain(m_path + L" cannot be started: error " + std::to_wstring(error) + L".");
+        RestartLater(now, L"failed to start");
         return;
     }
     const KernelHandle thread(started.hThread);
@@ -45,11 +48,12 @@ void AgentKeeper::OnCrashSignal(Clock::time_point now)
     if (m_process && WaitForSingleObject(m_process.Get(), 0) != WAIT_OBJECT_0)
     {
         m_hasSignalled = true;
-        m_due = now + endLimit;
+        // A further signal does not put the end off.
+        m_due = m_due.value_or(now + endLimit);
         return;
     }
     m_process.Reset();
-    OnCrash(now);
+    RestartLater(now, L"crashed");
 }
 
 void AgentKeeper::OnProcessEnd(Clock::time_point now)
@@ -58,26 +62,26 @@ void AgentKeeper::OnProcessEnd(Clock::time_point now)
     m_process.Reset();
     if (m_hasSignalled)
     {
-        OnCrash(now);
+        RestartLater(now, L"crashed");
         return;
     }
     Tell(L"The agent has ended with code " + code + L" and without a crash; it is left so.");
 }
 
-void AgentKeeper::OnCrash(Clock::time_point now)
+void AgentKeeper::RestartLater(Clock::time_point now, const std::wstring& what)
 {
     m_hasSignalled = false;
     m_due.reset();
     const std::optional<std::chrono::milliseconds> delay = m_policy.OnCrash(now);
     if (!delay)
     {
-        Complain(L"The agent has crashed " + std::to_wstring(RestartPolicy::crashLimit) +
+        Complain(L"The agent has " + what + L' ' + std::to_wstring(RestartPolicy::crashLimit) +
                  L" times within a minute; it is not started again.");
         return;
     }
     m_due = now + *delay;
-    Complain(L"The agent has crashed; it is started again in " + std::to_wstring(delay->count() / 1000) +
-             L" s.");
+    Complain(L"The agent has " + what + L"; it is started again in " +
+             std::to_wstring(delay->count() / 1000) + L" s.");
 }
 
 void AgentKeeper::Step(Clock::time_point now)
@@ -88,12 +92,28 @@ void AgentKeeper::Step(Clock::time_point now)
     }
     if (!m_hasSignalled)
     {
-        Start();
+        Start(now);
         return;
     }
-    Complain(L"The agent has signalled a crash and runs on; it is left so.");
-    m_hasSignalled = false;
+    EndProcess();
+}
+
+// The end of the process is a crash then, as its signal said.
+void AgentKeeper::EndProcess()
+{
     m_due.reset();
+    if (TerminateProcess(m_process.Get(), endedExitCode))
+    {
+        Complain(L"The agent has signalled a crash and runs on; it is ended.");
+        return;
+    }
+    const DWORD error = GetLastError();
+    // It may have ended by itself just now.
+    if (WaitForSingleObject(m_process.Get(), 0) != WAIT_OBJECT_0)
+    {
+        Complain(L"The agent has signalled a crash and cannot be ended: error " + std::to_wstring(error) +
+                 L".");
+    }
 }
 
 } // namespace WatchDog

@@ -13,13 +13,14 @@ namespace WatchDog
 {
 
 // Starts the agent and starts it again after a crash: when the agent has signalled one and its process has
-// ended. An agent that ends without that signal has been asked to, and is left so. Belongs to one thread.
+// ended, for which it has ten seconds. A start that the system refuses is tried again in the same way. An
+// agent that ends without the signal has been asked to, and is left so. Belongs to one thread.
 class AgentKeeper
 {
 public:
     AgentKeeper(std::wstring path, std::int32_t mode) : m_path(std::move(path)), m_mode(mode) {}
 
-    void Start();
+    void Start(Clock::time_point now);
 
     // The agent has signalled a crash; also one that was started by somebody else.
     void OnCrashSignal(Clock::time_point now);
@@ -37,7 +38,8 @@ public:
     [[nodiscard]] HANDLE Process() const { return m_process.Get(); }
 
 private:
-    void OnCrash(Clock::time_point now);
+    void RestartLater(Clock::time_point now, const std::wstring& what);
+    void EndProcess();
 
     std::wstring m_path;
     std::int32_t m_mode;

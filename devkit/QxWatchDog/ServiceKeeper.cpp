@@ -16,15 +16,8 @@ constexpr milliseconds onTheWay{100};
 constexpr milliseconds idle{1000};
 constexpr milliseconds shortestDelay{1000}; // between two starts
 constexpr milliseconds longestDelay{60000};
-
-SERVICE_STATUS_PROCESS Query(SC_HANDLE service)
-{
-    SERVICE_STATUS_PROCESS status{};
-    DWORD size = 0;
-    QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status), sizeof(status),
-                         &size);
-    return status;
-}
+constexpr milliseconds goodRun{30000}; // after which a death is the first one again
+constexpr milliseconds askAgain{1000}; // a service that does not stop
 
 // Opened for one step only: a handle that stays would keep a removed service alive.
 class Connection
@@ -57,15 +50,18 @@ void ServiceKeeper::WantRunning()
 {
     m_goal = Goal::Running;
     m_hasRun = false;
+    m_isExpected = false;
     m_startDelay = shortestDelay;
+    m_nextStart = {};
 }
 
 void ServiceKeeper::WantStopped()
 {
     m_goal = Goal::Stopped;
+    m_nextAsk = {};
 }
 
-std::optional<milliseconds> ServiceKeeper::Step()
+ServiceKeeper::NextStep ServiceKeeper::Step(Clock::time_point now)
 {
     const Connection connection(m_name);
     if (connection.Service() == nullptr)
@@ -73,18 +69,26 @@ std::optional<milliseconds> ServiceKeeper::Step()
         ComplainOnce(L"The service cannot be opened", connection.Error());
         return idle;
     }
-    const SERVICE_STATUS_PROCESS status = Query(connection.Service());
-    WatchProcess(status.dwProcessId);
+    SERVICE_STATUS_PROCESS status{};
+    DWORD size = 0;
+    if (!QueryServiceStatusEx(connection.Service(), SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status),
+                              sizeof(status), &size))
+    {
+        ComplainOnce(L"The service does not tell its state", GetLastError());
+        return idle;
+    }
+    WatchProcess(status);
     switch (m_goal)
     {
-    case Goal::Running: return StepToRunning(connection.Service(), status.dwCurrentState);
-    case Goal::Stopped: return StepToStopped(connection.Service(), status.dwCurrentState);
+    case Goal::Running: return StepToRunning(connection.Service(), status, now);
+    case Goal::Stopped: return StepToStopped(connection.Service(), status.dwCurrentState, now);
     default: return StayIdle(status.dwCurrentState);
     }
 }
 
-void ServiceKeeper::WatchProcess(DWORD processId)
+void ServiceKeeper::WatchProcess(const SERVICE_STATUS_PROCESS& status)
 {
+    const DWORD processId = status.dwProcessId;
     // A process that still ends may be told as none already.
     if (m_process && (processId == m_processId || processId == 0))
     {
@@ -94,7 +98,8 @@ void ServiceKeeper::WatchProcess(DWORD processId)
     m_processId = processId;
     if (processId == 0)
     {
-        m_isProcessGone = true;
+        // A service that is on its way up may have none yet.
+        m_isProcessGone = m_isProcessGone || status.dwCurrentState != SERVICE_START_PENDING;
         return;
     }
     KernelHandle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
@@ -107,38 +112,58 @@ void ServiceKeeper::WatchProcess(DWORD processId)
     }
 }
 
-std::optional<milliseconds> ServiceKeeper::StepToRunning(SC_HANDLE service, DWORD state)
+ServiceKeeper::NextStep ServiceKeeper::StepToRunning(SC_HANDLE service, const SERVICE_STATUS_PROCESS& status,
+                                                     Clock::time_point now)
 {
-    if (state == SERVICE_STOPPED && m_hasRun && m_process)
+    if (status.dwCurrentState == SERVICE_STOPPED || m_isProcessGone)
     {
-        return std::nullopt; // the end of the process will tell why
-    }
-    if (state == SERVICE_STOPPED || m_isProcessGone)
-    {
-        const auto now = Clock::now();
-        if (now < m_nextStart)
+        if (m_hasRun && m_process)
         {
-            return std::chrono::ceil<milliseconds>(m_nextStart - now);
+            return std::nullopt; // the end of the process is still to come
         }
-        m_nextStart = now + m_startDelay;
-        Start(service);
-        return onTheWay;
+        if (m_isExpected && !IsToComeBack(status, now))
+        {
+            return idle;
+        }
+        return StartInTime(service, now);
     }
-    if (state != SERVICE_RUNNING)
+    m_isExpected = true;
+    if (status.dwCurrentState != SERVICE_RUNNING)
     {
         return onTheWay;
     }
     if (!m_hasRun)
     {
         Tell(L"The service runs.");
+        m_runningSince = now;
     }
     m_hasRun = true;
-    m_complainedError = 0;
-    m_startDelay = shortestDelay;
+    m_complaint.clear();
     return m_process ? std::nullopt : std::optional(idle);
 }
 
-std::optional<milliseconds> ServiceKeeper::StepToStopped(SC_HANDLE service, DWORD state)
+// Tells how the service went down. False if somebody has wanted that.
+bool ServiceKeeper::IsToComeBack(const SERVICE_STATUS_PROCESS& status, Clock::time_point now)
+{
+    const bool hasRun = m_hasRun;
+    m_isExpected = false;
+    m_hasRun = false;
+    if (hasRun && status.dwCurrentState == SERVICE_STOPPED && status.dwWin32ExitCode == NO_ERROR)
+    {
+        Tell(L"The service has been stopped by somebody else.");
+        m_goal = Goal::None;
+        return false;
+    }
+    Complain(L"The process of the service has died.");
+    if (hasRun && now - m_runningSince >= goodRun)
+    {
+        m_startDelay = shortestDelay;
+        m_nextStart = {};
+    }
+    return true;
+}
+
+ServiceKeeper::NextStep ServiceKeeper::StepToStopped(SC_HANDLE service, DWORD state, Clock::time_point now)
 {
     if (state == SERVICE_STOPPED || m_isProcessGone)
     {
@@ -146,8 +171,9 @@ std::optional<milliseconds> ServiceKeeper::StepToStopped(SC_HANDLE service, DWOR
         m_goal = Goal::None;
         return idle;
     }
-    if (state == SERVICE_RUNNING || state == SERVICE_PAUSED)
+    if ((state == SERVICE_RUNNING || state == SERVICE_PAUSED) && now >= m_nextAsk)
     {
+        m_nextAsk = now + askAgain;
         SERVICE_STATUS ignored{};
         if (!ControlService(service, SERVICE_CONTROL_STOP, &ignored))
         {
@@ -158,7 +184,7 @@ std::optional<milliseconds> ServiceKeeper::StepToStopped(SC_HANDLE service, DWOR
 }
 
 // A service that somebody else has started is kept running as well.
-std::optional<milliseconds> ServiceKeeper::StayIdle(DWORD state)
+ServiceKeeper::NextStep ServiceKeeper::StayIdle(DWORD state)
 {
     if (state == SERVICE_RUNNING && !m_isProcessGone)
     {
@@ -168,52 +194,46 @@ std::optional<milliseconds> ServiceKeeper::StayIdle(DWORD state)
     return idle;
 }
 
-void ServiceKeeper::Start(SC_HANDLE service)
+ServiceKeeper::NextStep ServiceKeeper::StartInTime(SC_HANDLE service, Clock::time_point now)
 {
+    if (now < m_nextStart)
+    {
+        // Somebody else may start it meanwhile.
+        return std::min(std::chrono::ceil<milliseconds>(m_nextStart - now), idle);
+    }
+    m_nextStart = now + m_startDelay;
     if (StartServiceW(service, 0, nullptr))
     {
         Tell(L"The service is started.");
-        return;
+        m_isProcessGone = false;
+        m_isExpected = true;
     }
-    const DWORD error = GetLastError();
-    if (error != ERROR_SERVICE_ALREADY_RUNNING)
+    else if (const DWORD error = GetLastError(); error != ERROR_SERVICE_ALREADY_RUNNING)
     {
         ComplainOnce(L"The service cannot be started", error);
     }
+    else
+    {
+        m_nextStart = now + shortestDelay; // the manager has not heard of the death yet
+        return onTheWay;
+    }
+    m_startDelay = std::min(m_startDelay * 2, longestDelay);
+    return onTheWay;
 }
 
 void ServiceKeeper::OnProcessEnd()
 {
     m_process.Reset();
     m_isProcessGone = true;
-    if (m_goal != Goal::Running)
-    {
-        return;
-    }
-    const Connection connection(m_name);
-    const SERVICE_STATUS_PROCESS status = Query(connection.Service());
-    const bool isStopped = status.dwCurrentState == SERVICE_STOPPED && status.dwWin32ExitCode == NO_ERROR;
-    if (m_hasRun && isStopped)
-    {
-        Tell(L"The service has been stopped by somebody else.");
-        m_goal = Goal::None;
-        return;
-    }
-    Complain(L"The process of the service has died.");
-    if (!m_hasRun)
-    {
-        m_startDelay = std::min(m_startDelay * 2, longestDelay);
-        m_nextStart = Clock::now() + m_startDelay;
-    }
-    m_hasRun = false;
 }
 
 void ServiceKeeper::ComplainOnce(const wchar_t* what, DWORD error)
 {
-    if (m_complainedError != error)
+    const std::wstring complaint = what + (L": error " + std::to_wstring(error) + L".");
+    if (m_complaint != complaint)
     {
-        Complain(what + (L": error " + std::to_wstring(error) + L"."));
-        m_complainedError = error;
+        Complain(complaint);
+        m_complaint = complaint;
     }
 }
 

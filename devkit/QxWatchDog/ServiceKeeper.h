@@ -17,7 +17,8 @@ namespace WatchDog
 
 // Brings the host service to where it is wanted and keeps it there, a step at a time. Its death is seen by
 // the handle of its process, for the service manager may go on calling a killed service running. A service
-// that stops of itself, without an error, stays stopped. Belongs to one thread.
+// that stops of itself, without an error, stays stopped. One that dies again and again is started at longer
+// and longer intervals, up to a minute, until it has run for half a minute. Belongs to one thread.
 class ServiceKeeper
 {
 public:
@@ -28,12 +29,12 @@ public:
 
     // Looks at the service and does what is next. The time until the next step is due; nothing if only the
     // end of the process or another wish can make one necessary.
-    std::optional<std::chrono::milliseconds> Step();
+    std::optional<std::chrono::milliseconds> Step(Clock::time_point now);
 
     // The service's process, to be waited for. Null while none is known. Weak.
     [[nodiscard]] HANDLE Process() const { return m_process.Get(); }
 
-    // The process is signalled.
+    // The process is signalled. The next step, due at once, tells why.
     void OnProcessEnd();
 
 private:
@@ -44,21 +45,27 @@ private:
         Stopped,
     };
 
-    void WatchProcess(DWORD processId);
-    std::optional<std::chrono::milliseconds> StepToRunning(SC_HANDLE service, DWORD state);
-    std::optional<std::chrono::milliseconds> StepToStopped(SC_HANDLE service, DWORD state);
-    std::optional<std::chrono::milliseconds> StayIdle(DWORD state);
-    void Start(SC_HANDLE service);
+    using NextStep = std::optional<std::chrono::milliseconds>;
+
+    void WatchProcess(const SERVICE_STATUS_PROCESS& status);
+    NextStep StepToRunning(SC_HANDLE service, const SERVICE_STATUS_PROCESS& status, Clock::time_point now);
+    NextStep StepToStopped(SC_HANDLE service, DWORD state, Clock::time_point now);
+    NextStep StayIdle(DWORD state);
+    NextStep StartInTime(SC_HANDLE service, Clock::time_point now);
+    bool IsToComeBack(const SERVICE_STATUS_PROCESS& status, Clock::time_point now);
     void ComplainOnce(const wchar_t* what, DWORD error);
 
     std::wstring m_name;
     Goal m_goal = Goal::None;
-    bool m_hasRun = false; // since it was wanted
+    bool m_hasRun = false;     // since it was wanted, or since it has died
+    bool m_isExpected = false; // to be up, so that its end is news
     VzCommon::KernelHandle m_process;
     DWORD m_processId = 0;
-    bool m_isProcessGone = true;   // as opposed to one that may not be opened
-    DWORD m_complainedError = 0;   // of the last complaint, 0 when all went well since
-    Clock::time_point m_nextStart; // not earlier
+    bool m_isProcessGone = false;     // as opposed to one that may not be opened
+    std::wstring m_complaint;         // the last one, empty when all went well since
+    Clock::time_point m_runningSince; // as far as it is known
+    Clock::time_point m_nextStart;    // not earlier
+    Clock::time_point m_nextAsk;      // for a stop, not earlier
     std::chrono::milliseconds m_startDelay{};
 };
 

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "FrwkMode.h"
+#include "AgentPath.h"
+#include "Milliseconds.h"
 #include "ObjectNames.h"
 #include "QxCommon_service.h"
-#include "QxCommon_utility.h"
 #include "Report.h"
 
 namespace WatchDog
@@ -13,14 +13,6 @@ namespace WatchDog
 namespace
 {
 using VzCommon::Synchronize::Event;
-
-// One folder above this program's.
-std::wstring AgentPath()
-{
-    std::wstring folder = QxCommon::GetModuleFolder();
-    folder.resize(std::min(folder.size(), folder.rfind(L'\\')));
-    return QxCommon::AppendName(folder, QxCommon::MapProductFileName(L"QxSessionAgent.exe"));
-}
 
 // Automatic reset: each request is heard once. Not "must be new", whose rights would let nobody see that the
 // event is there.
@@ -36,12 +28,6 @@ bool Make(Event& event, const std::wstring& name)
     // itself.
     ResetEvent(event.Handle());
     return true;
-}
-
-DWORD Milliseconds(Clock::duration duration)
-{
-    const auto rounded = std::chrono::ceil<std::chrono::milliseconds>(duration).count();
-    return static_cast<DWORD>(std::max<decltype(rounded)>(rounded, 0));
 }
 } // namespace
 
@@ -65,7 +51,7 @@ void Watch::Run(HANDLE end)
     m_service.WantRunning();
     if (m_agent)
     {
-        m_agent->Start();
+        m_agent->Start(Clock::now());
     }
     for (;;)
     {
@@ -95,7 +81,6 @@ std::vector<Watch::Signal> Watch::Signals(HANDLE end) const
         {m_stopRequest.Handle(), &Watch::OnStopRequest},
         {m_startRequest.Handle(), &Watch::OnStartRequest},
         {m_crashSignal.Handle(), &Watch::OnCrashSignal},
-        {m_service.Process(), &Watch::OnServiceEnd},
         {m_agent ? m_agent->Process() : nullptr, &Watch::OnAgentEnd},
     };
     std::erase_if(signals, [](const Signal& signal) { return signal.handle == nullptr; });
@@ -104,20 +89,13 @@ std::vector<Watch::Signal> Watch::Signals(HANDLE end) const
 
 DWORD Watch::Step()
 {
-    DWORD timeout = INFINITE;
-    if (const auto next = m_service.Step())
+    if (!m_agent)
     {
-        timeout = Milliseconds(*next);
+        return INFINITE;
     }
-    if (m_agent)
-    {
-        m_agent->Step(Clock::now());
-        if (const auto due = m_agent->Due())
-        {
-            timeout = std::min(timeout, Milliseconds(*due - Clock::now()));
-        }
-    }
-    return timeout;
+    m_agent->Step(Clock::now());
+    const auto due = m_agent->Due();
+    return due ? Milliseconds(*due - Clock::now()) : INFINITE;
 }
 
 void Watch::OnStartRequest()
@@ -141,11 +119,6 @@ void Watch::OnCrashSignal()
     {
         m_agent->OnCrashSignal(Clock::now());
     }
-}
-
-void Watch::OnServiceEnd()
-{
-    m_service.OnProcessEnd();
 }
 
 // A crashing agent signals before it ends, but the two may be seen at once.

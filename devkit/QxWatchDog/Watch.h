@@ -7,13 +7,13 @@
 
 #include "AgentKeeper.h"
 #include "Options.h"
-#include "ServiceKeeper.h"
+#include "ServiceThread.h"
 #include "VzComn_Synchronize.h"
 
 namespace WatchDog
 {
 
-// The watchdog at work: its events and the one thread that answers them. Belongs to one thread.
+// The watchdog at work: its events and the thread that answers them. Belongs to one thread.
 class Watch
 {
 public:
@@ -34,13 +34,12 @@ private:
         void (Watch::*answer)();
     };
 
-    // The end comes first; processes only while there are any.
+    // The end comes first; the agent's process only while there is one.
     [[nodiscard]] std::vector<Signal> Signals(HANDLE end) const;
 
     void OnStartRequest();
     void OnStopRequest();
     void OnCrashSignal();
-    void OnServiceEnd();
     void OnAgentEnd();
 
     // What is due, and the time until the next thing is.
@@ -49,7 +48,7 @@ private:
     VzCommon::Synchronize::Event m_startRequest;
     VzCommon::Synchronize::Event m_stopRequest;
     VzCommon::Synchronize::Event m_crashSignal;
-    ServiceKeeper m_service;
+    ServiceThread m_service;
     std::optional<AgentKeeper> m_agent;
 };
 

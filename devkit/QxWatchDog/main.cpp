@@ -37,6 +37,22 @@ BOOL WINAPI OnConsoleControl(DWORD /*control*/)
     return TRUE;
 }
 
+// Lets Ctrl-C and its like signal an event for the length of a scope, which the event outlives.
+class ConsoleControl
+{
+public:
+    explicit ConsoleControl(HANDLE end)
+    {
+        s_end = end;
+        SetConsoleCtrlHandler(&OnConsoleControl, TRUE);
+    }
+
+    ~ConsoleControl() { SetConsoleCtrlHandler(&OnConsoleControl, FALSE); }
+
+    ConsoleControl(const ConsoleControl&) = delete;
+    ConsoleControl& operator=(const ConsoleControl&) = delete;
+};
+
 ExitCode RunWatch(const WatchDog::Options& options)
 {
     VzCommon::Synchronize::Event end;
@@ -48,8 +64,7 @@ ExitCode RunWatch(const WatchDog::Options& options)
                                : L"The end event cannot be made: error " + std::to_wstring(error) + L".");
         return error == ERROR_ALREADY_EXISTS ? RunsAlready : Failed;
     }
-    s_end = end.Handle();
-    SetConsoleCtrlHandler(&OnConsoleControl, TRUE);
+    const ConsoleControl control(end.Handle());
     WatchDog::Watch watch(options);
     if (!watch.MakeEvents())
     {
@@ -58,7 +73,6 @@ ExitCode RunWatch(const WatchDog::Options& options)
     WatchDog::Tell(L"The watchdog of " + QxCommon::GetProductId() + L" runs; Ctrl-C or --stop ends it.");
     watch.Run(end.Handle());
     WatchDog::Tell(L"The watchdog has ended.");
-    SetConsoleCtrlHandler(&OnConsoleControl, FALSE);
     return Done;
 }
 

@@ -5,6 +5,7 @@
 //     stuck-start    stays start pending, with a still checkpoint
 //     slow-stop      is stop pending for the time
 //     refuse-stop    does not accept the stop control
+//     mute           never tells the service manager that it is there
 //
 // The name has to be the one under which it is installed.
 #include <windows.h>
@@ -94,6 +95,10 @@ int wmain(int count, wchar_t** arguments)
     g_service.mode = arguments[2];
     g_service.milliseconds = count > 3 ? std::wcstoul(arguments[3], nullptr, 10) : 0;
     g_service.stopped = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    if (g_service.mode == L"mute")
+    {
+        WaitForSingleObject(g_service.stopped, INFINITE);
+    }
 
     const SERVICE_TABLE_ENTRYW table[] = {{g_service.name.data(), &Main}, {nullptr, nullptr}};
     return StartServiceCtrlDispatcherW(table) ? 0 : 1;

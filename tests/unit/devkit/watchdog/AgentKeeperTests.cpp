@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "AgentFolder.h"
+#include "ImportPatch.h"
 #include "LogCapture.h"
 #include "ObjectCounts.h"
 
@@ -16,6 +17,12 @@ using WatchDog::Clock;
 
 namespace
 {
+BOOL WINAPI DeniedEnd(HANDLE /*process*/, UINT /*code*/)
+{
+    SetLastError(ERROR_ACCESS_DENIED);
+    return FALSE;
+}
+
 class AgentKeeperTest : public ::testing::Test
 {
 protected:
@@ -29,7 +36,7 @@ protected:
     void StartAgent()
     {
         const std::size_t before = folder.Starts().size();
-        keeper.Start();
+        keeper.Start(now);
         ASSERT_TRUE(folder.WaitForStarts(before + 1));
     }
 
@@ -91,19 +98,42 @@ TEST_F(AgentKeeperTest, WaitsForTheEndOfAnAgentThatHasSignalledItsCrash)
     EXPECT_TRUE(folder.WaitForStarts(2));
 }
 
-TEST_F(AgentKeeperTest, LeavesAnAgentThatSignalsACrashAndRunsOn)
+TEST_F(AgentKeeperTest, EndsAnAgentThatSignalsACrashAndRunsOnAndStartsItAgain)
+{
+    StartAgent();
+    keeper.OnCrashSignal(now);
+    keeper.OnCrashSignal(now + 9s); // does not put it off
+    EXPECT_EQ(keeper.Due(), now + 10s);
+    log.Clear();
+    keeper.Step(now + 10s);
+    EXPECT_FALSE(keeper.Due());
+    ASSERT_EQ(WaitForSingleObject(keeper.Process(), 30000), WAIT_OBJECT_0);
+    keeper.OnProcessEnd(now + 10s);
+    EXPECT_EQ(keeper.Due(), now + 11s);
+    keeper.Step(now + 11s);
+    EXPECT_TRUE(folder.WaitForStarts(2));
+    EXPECT_THAT(log.Texts(),
+                ElementsAre(L": [ERROR] The agent has signalled a crash and runs on; it is ended.",
+                            L": [ERROR] The agent has crashed; it is started again in 1 s.",
+                            L": [INFO] The agent is started in mode 7."));
+}
+
+TEST_F(AgentKeeperTest, CountsTheLateEndOfAnAgentThatItMayNotEndAsACrash)
 {
     StartAgent();
     keeper.OnCrashSignal(now);
     log.Clear();
-    keeper.Step(now + 10s);
+    {
+        const TestSupport::ImportPatch end(nullptr, "TerminateProcess", &DeniedEnd);
+        keeper.Step(now + 10s);
+    }
     EXPECT_FALSE(keeper.Due());
     EXPECT_NE(keeper.Process(), nullptr);
     EXPECT_THAT(log.Texts(),
-                ElementsAre(L": [ERROR] The agent has signalled a crash and runs on; it is left so."));
+                ElementsAre(L": [ERROR] The agent has signalled a crash and cannot be ended: error 5."));
     EndAgent();
-    keeper.OnProcessEnd(now + 11s);
-    EXPECT_FALSE(keeper.Due());
+    keeper.OnProcessEnd(now + 1h);
+    EXPECT_EQ(keeper.Due(), now + 1h + 1s);
 }
 
 TEST_F(AgentKeeperTest, StartsAnAgentAgainThatSomebodyElseHadStarted)
@@ -131,12 +161,35 @@ TEST_F(AgentKeeperTest, GivesUpAnAgentThatCrashesFiveTimesInAMinute)
         ElementsAre(L": [ERROR] The agent has crashed 5 times within a minute; it is not started again."));
 }
 
-TEST_F(AgentKeeperTest, SaysThatAnAgentCannotBeStarted)
+TEST_F(AgentKeeperTest, TriesAStartThatIsRefusedAgainAndGivesUpInTheEnd)
 {
     AgentKeeper missing(folder.Dir().Path(L"none.exe"), 1);
-    missing.Start();
+    missing.Start(now);
     EXPECT_EQ(missing.Process(), nullptr);
-    EXPECT_THAT(log.Texts(), ElementsAre(HasSubstr(L"none.exe cannot be started: error 2.")));
+    EXPECT_THAT(log.Texts(),
+                ElementsAre(HasSubstr(L"none.exe cannot be started: error 2."),
+                            L": [ERROR] The agent has failed to start; it is started again in 1 s."));
+    for (const auto delay : {1s, 2s, 4s, 8s})
+    {
+        ASSERT_EQ(missing.Due(), now + delay);
+        now += delay;
+        missing.Step(now);
+    }
+    EXPECT_FALSE(missing.Due());
+    EXPECT_EQ(log.Texts().back(),
+              L": [ERROR] The agent has failed to start 5 times within a minute; it is not started again.");
+}
+
+TEST_F(AgentKeeperTest, StartsAnAgentThatCouldNotBeStartedAtFirst)
+{
+    AgentKeeper late(folder.Dir().Path(L"late.exe"), 7);
+    late.Start(now);
+    ASSERT_TRUE(CopyFileW(folder.Agent().c_str(), folder.Dir().Path(L"late.exe").c_str(), TRUE));
+    late.Step(now + 1s);
+    EXPECT_NE(late.Process(), nullptr);
+    ASSERT_TRUE(folder.WaitForStarts(1));
+    folder.Behave("leave");
+    EXPECT_EQ(WaitForSingleObject(late.Process(), 30000), WAIT_OBJECT_0);
 }
 
 TEST_F(AgentKeeperTest, LeavesNothingBehind)
@@ -145,7 +198,7 @@ TEST_F(AgentKeeperTest, LeavesNothingBehind)
     EXPECT_EQ(TestSupport::GrowthOf(
                   [this]
                   {
-                      keeper.Start();
+                      keeper.Start(now);
                       WaitForSingleObject(keeper.Process(), 30000);
                       keeper.OnProcessEnd(now);
                   },

@@ -7,7 +7,6 @@
 
 #include "AgentFolder.h"
 #include "InstalledService.h"
-#include "ObjectNames.h"
 #include "QxCommon_service.h"
 #include "TestProgram.h"
 #include "VzComn_Handle.h"
@@ -24,7 +23,10 @@ using VzCommon::Synchronize::Event;
 
 namespace
 {
-constexpr DWORD eventModifyState = 2;
+// Of the product that QxWatchDog.exe belongs to.
+constexpr const wchar_t* startRequest = L"Global\\WATCHDOG_EVENT_START_SERVICEOravex";
+constexpr const wchar_t* stopRequest = L"Global\\WATCHDOG_EVENT_STOP_SERVICEOravex";
+constexpr const wchar_t* crashSignal = L"Global\\WATCHDOG_EVENT_RESTART_QX_SESSIONAGENTOravex";
 
 class WatchDogTest : public ::testing::Test
 {
@@ -54,8 +56,7 @@ protected:
     {
         m_watchdog = Launch(options, L"out.txt");
         ASSERT_TRUE(m_watchdog);
-        ASSERT_TRUE(
-            WaitUntil([] { return Event::ExistsGlobal(QxCommon::GetStartRequestEventName().c_str()); }));
+        ASSERT_TRUE(WaitUntil([] { return Event::ExistsGlobal(startRequest); }));
     }
 
     // Runs the program to its end and gives its exit code.
@@ -79,9 +80,28 @@ protected:
 
     [[nodiscard]] std::string RunOutput() const { return folder.Dir().Read(L"run.txt"); }
 
-    bool Says(const std::string& words)
+    bool Says(const std::string& words, std::size_t times = 1)
     {
-        return WaitUntil([&] { return Output().find(words) != std::string::npos; });
+        return WaitUntil([&] { return CountOf(words) >= times; });
+    }
+
+    // How often the watchdog has said it by now.
+    [[nodiscard]] std::size_t CountOf(const std::string& words) const
+    {
+        const std::string output = Output();
+        std::size_t count = 0;
+        for (auto at = output.find(words); at != std::string::npos; at = output.find(words, at + 1))
+        {
+            ++count;
+        }
+        return count;
+    }
+
+    static void Signal(const wchar_t* name)
+    {
+        const KernelHandle event(OpenEventW(EVENT_MODIFY_STATE, FALSE, name));
+        EXPECT_TRUE(event);
+        SetEvent(event.Get());
     }
 
     // The pid of a service that lives under another process than before.
@@ -140,6 +160,9 @@ TEST_F(WatchDogTest, StartsTheAgentInModeOneOrNotAtAll)
     EXPECT_EQ(Run(L"--stop"), 0U);
     StartWatchdog(L"--service-only");
     EXPECT_TRUE(Says("The service runs."));
+    EXPECT_EQ(Run(L"--stop"), 0U);
+    EXPECT_EQ(WatchdogExitCode(), 0U);
+    EXPECT_EQ(CountOf("The agent is started"), 0U);
     EXPECT_EQ(folder.Starts().size(), 1U);
 }
 
@@ -147,11 +170,10 @@ TEST_F(WatchDogTest, LetsTheAgentSeeAndSignalItsEvents)
 {
     Install(L"normal");
     StartWatchdog(L"--no-agent");
-    for (const std::wstring& name : {QxCommon::GetStartRequestEventName(),
-                                     QxCommon::GetStopRequestEventName(), ObjectNames::CrashRestartEvent()})
+    for (const wchar_t* name : {startRequest, stopRequest, crashSignal})
     {
-        EXPECT_TRUE(Event::ExistsGlobal(name.c_str()));
-        EXPECT_TRUE(KernelHandle(OpenEventW(eventModifyState, FALSE, name.c_str())));
+        EXPECT_TRUE(Event::ExistsGlobal(name));
+        EXPECT_TRUE(KernelHandle(OpenEventW(EVENT_MODIFY_STATE, FALSE, name)));
     }
 }
 
@@ -163,9 +185,12 @@ TEST_F(WatchDogTest, StopsTheServiceWhenAskedAndStartsItWhenAskedAgain)
     EXPECT_EQ(QxCommon::StartServiceByWatchdog(30), Status::Success); // it runs already
     EXPECT_EQ(QxCommon::StopServiceByWatchdog(true, 30), Status::Success);
     EXPECT_TRUE(Says("The service is stopped."));
-    EXPECT_FALSE(WaitUntil([this] { return service->State() != SERVICE_STOPPED; }, 2500ms));
+    Signal(stopRequest);
+    EXPECT_TRUE(Says("The service is stopped.", 2)); // it has looked again, and has found it so
+    EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_STOPPED));
     EXPECT_EQ(QxCommon::StartServiceByWatchdog(30), Status::Success);
     EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_RUNNING));
+    EXPECT_EQ(CountOf("The service is started."), 2U);
 }
 
 TEST_F(WatchDogTest, StopsAServiceThatIsStillStarting)
@@ -243,6 +268,34 @@ TEST_F(WatchDogTest, GivesUpAnAgentThatCrashesAtEveryStart)
     }
 }
 
+TEST_F(WatchDogTest, EndsAnAgentThatSignalsACrashAndRunsOnAndStartsItAgain)
+{
+    Install(L"normal");
+    StartWatchdog(L"");
+    ASSERT_TRUE(folder.WaitForStarts(1));
+    folder.Behave("signal");
+    ASSERT_TRUE(folder.WaitForStarts(2));
+    EXPECT_TRUE(Says("The agent has signalled a crash and runs on; it is ended."));
+    const auto starts = folder.Starts();
+    EXPECT_GE(starts[1].milliseconds - starts[0].milliseconds, 11000U);
+}
+
+TEST_F(WatchDogTest, HearsTheAgentAndItsOwnEndWhileTheServiceIsSlowToConnect)
+{
+    Install(L"mute");
+    StartWatchdog(L"");
+    ASSERT_TRUE(folder.WaitForStarts(1));
+    folder.Behave("crash");
+    ASSERT_TRUE(Says("it is started again in 1 s."));
+    folder.Behave("run");
+    ASSERT_TRUE(folder.WaitForStarts(2));
+    Signal(stopRequest);
+    EXPECT_TRUE(Says("The stop of the service is asked for."));
+    EXPECT_EQ(Run(L"--stop"), 0U);
+    EXPECT_EQ(WatchdogExitCode(), 0U);
+    EXPECT_EQ(CountOf("The service"), 0U); // the manager still waits for it
+}
+
 TEST_F(WatchDogTest, LeavesAnAgentThatEndsWithoutACrash)
 {
     Install(L"normal");
@@ -250,7 +303,13 @@ TEST_F(WatchDogTest, LeavesAnAgentThatEndsWithoutACrash)
     ASSERT_TRUE(folder.WaitForStarts(1));
     folder.Behave("leave");
     EXPECT_TRUE(Says("without a crash; it is left so."));
-    EXPECT_FALSE(WaitUntil([this] { return folder.Starts().size() > 1; }, 2000ms));
+    // A crash that comes later is the first one, and its restart the only one.
+    folder.Behave("run");
+    Signal(crashSignal);
+    EXPECT_TRUE(Says("it is started again in 1 s."));
+    ASSERT_TRUE(folder.WaitForStarts(2));
+    EXPECT_EQ(folder.Starts().size(), 2U);
+    EXPECT_EQ(CountOf("The agent is started"), 2U);
 }
 
 TEST_F(WatchDogTest, RunsOnceAndEndsWhenAskedWithServiceAndAgentLeft)
@@ -263,11 +322,20 @@ TEST_F(WatchDogTest, RunsOnceAndEndsWhenAskedWithServiceAndAgentLeft)
     EXPECT_THAT(RunOutput(), HasSubstr("A watchdog of this product runs already."));
     EXPECT_EQ(Run(L"--stop"), 0U);
     EXPECT_EQ(WatchdogExitCode(), 0U);
-    EXPECT_FALSE(Event::ExistsGlobal(QxCommon::GetStartRequestEventName().c_str()));
+    EXPECT_FALSE(Event::ExistsGlobal(startRequest));
     EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_RUNNING));
     EXPECT_FALSE(DeleteFileW(folder.Agent().c_str())); // for it runs
     EXPECT_EQ(Run(L"--stop"), 4U);
     EXPECT_THAT(RunOutput(), HasSubstr("No watchdog of this product runs."));
+}
+
+TEST_F(WatchDogTest, EndsWhereAnotherKindOfObjectHasTheNameOfItsEvent)
+{
+    const KernelHandle mutex(CreateMutexW(nullptr, FALSE, startRequest));
+    ASSERT_TRUE(mutex);
+    EXPECT_EQ(Run(L"--no-agent"), 1U);
+    EXPECT_THAT(RunOutput(), HasSubstr("WATCHDOG_EVENT_START_SERVICEOravex cannot be made: error 6."));
+    EXPECT_EQ(Run(L"--stop"), 4U);
 }
 
 TEST_F(WatchDogTest, TellsHowItIsUsed)
