@@ -1,0 +1,115 @@
+"""The family under its watchdog: brought up, and brought back after each way of going down but the intended one."""
+
+from __future__ import annotations
+
+from collections.abc import Iterator
+
+import pytest
+
+from desktop import Process, wait_until
+from host import HostService
+from product import Product
+
+OWN_SERVICES = True
+
+CRASH_SIGNAL = "Global\\WATCHDOG_EVENT_RESTART_QX_SESSIONAGENTMelvio"
+START_REQUEST = "Global\\WATCHDOG_EVENT_START_SERVICEMelvio"
+STOP_REQUEST = "Global\\WATCHDOG_EVENT_STOP_SERVICEMelvio"
+LEFT = "and without a crash; it is left so. - "
+STARTED = "The agent is started in mode 2. - "
+
+
+class Family:
+    """Watchdog, service and agent of one product."""
+
+    def __init__(self, product: Product, service: HostService, watchdog: Process) -> None:
+        self.product = product
+        self.service = service
+        self.watchdog = watchdog
+
+    def agent(self) -> int:
+        """The process of the one agent that is registered."""
+        return int(self.service.wait_for_clients()[0]["processId"])
+
+    def wait_for_agent(self, before: int) -> None:
+        """Waits for the registration of another agent than that one."""
+
+        def is_another() -> bool:
+            return [int(c["processId"]) for c in self.service.clients()] not in ([], [before])
+
+        wait_until(is_another, "a new agent at the service")
+
+    def signal(self, event: str) -> None:
+        assert self.product.desktop.probe.ask("setEvent", name=event)["error"] == "0"
+
+    def crash_agent(self) -> None:
+        """An agent that crashes signals it and ends."""
+        agent = self.agent()
+        self.signal(CRASH_SIGNAL)
+        self.product.desktop.probe.ask("terminate", process=agent, exitCode=1)
+
+    def wait_to_be_told(self, text: str, count: int = 1) -> None:
+        def is_told() -> bool:
+            return len(self.product.win32_log_lines(text, self.watchdog)) == count
+
+        wait_until(is_told, f"{count} lines <{text}> in the watchdog's log")
+
+
+@pytest.fixture
+def family(product: Product) -> Iterator[Family]:
+    """Up, with the agent registered."""
+    service = HostService(product)
+    service.install()
+    program = f'"{product.windows_root}\\win32\\QxWatchDog_M.exe"'
+    watchdog = product.desktop.start(f"{program} --mode 2", product.windows_root)
+    family = Family(product, service, watchdog)
+    service.wait_for_clients()
+    yield family
+    product.end()
+    assert product.desktop.start(f"{program} --stop").wait() == 0
+    assert watchdog.wait() == 0
+    service.control("--stop")
+    service.uninstall()
+
+
+def test_a_crashed_agent_is_back_at_the_service(family: Family) -> None:
+    crashed = family.agent()
+    family.crash_agent()
+    family.wait_for_agent(crashed)
+    family.wait_to_be_told(STARTED, 2)
+
+
+def test_an_agent_that_was_asked_to_end_stays_away(family: Family) -> None:
+    family.agent()
+    family.product.signal_exit()
+    family.wait_to_be_told(LEFT)
+    assert family.product.has_ended()
+    # The next thing that the watchdog does about the agent is the answer to the next crash.
+    family.signal(CRASH_SIGNAL)
+    family.wait_to_be_told("it is started again in 1 s. - ")
+    family.agent()
+    family.wait_to_be_told(STARTED, 2)
+
+
+def test_an_agent_that_crashes_again_and_again_is_given_up(family: Family) -> None:
+    family.crash_agent()
+    for crashes in range(1, 5):
+        family.wait_to_be_told("The agent has crashed; it is started again in ", crashes)
+        family.signal(CRASH_SIGNAL)
+    family.wait_to_be_told("[ERROR] The agent has crashed 5 times within a minute; it is not started again. - ")
+
+
+def test_a_killed_service_is_back_with_its_agent(family: Family) -> None:
+    agent, killed = family.agent(), family.service.kill()
+    wait_until(lambda: family.service.process_id() not in (0, killed), "a new service")
+    assert family.agent() == agent
+
+
+def test_the_service_stops_and_starts_on_request(family: Family) -> None:
+    agent = family.agent()
+    family.signal(STOP_REQUEST)
+    family.wait_to_be_told("The service is stopped. - ")
+    wait_until(lambda: family.service.process_id() == 0, "the end of the service")
+    family.signal(START_REQUEST)
+    wait_until(lambda: family.service.process_id() != 0, "a new service")
+    assert family.agent() == agent
