@@ -67,6 +67,13 @@ bool IsRefusal(AgentStatus call)
 
 int ReportFailure(const MailAnswer& answer, Output& output)
 {
+    // The service itself refuses in its answer, never so.
+    if (answer.call == Status::FromSystemError(ERROR_ACCESS_DENIED))
+    {
+        output.Note(L"the endpoint is not that of " + QueryHostService().name +
+                    L", or closed to this user; look which process has opened it");
+        return ExitCode::NotReachable;
+    }
     if (Status::Failed(answer.call) && !IsRefusal(answer.call))
     {
         output.Note(ServiceAdvice(answer.call));

@@ -122,15 +122,21 @@ TEST_F(VerbTest, StatusOfAnAbsentServiceIsNothingOnTheOutputForPeople)
     EXPECT_EQ(output.text, L"");
 }
 
-TEST_F(VerbTest, AccessDeniedIsARefusalWhoeverSaysIt)
+TEST_F(VerbTest, AServiceThatDeniesAccessWantsAnAdministrator)
 {
     const AgentStatus denied = Status::FromSystemError(ERROR_ACCESS_DENIED);
-    EXPECT_EQ(Run({L"status"}, {.call = denied}), ExitCode::Refused);
     EXPECT_EQ(Run({L"answer", L"--reset"}, {.result = static_cast<std::uint32_t>(denied)}),
               ExitCode::Refused);
-    ASSERT_EQ(output.notes.size(), 2U);
-    EXPECT_EQ(output.notes[0], L"refused: 0xe0fe0005, access denied: run qxctl as an administrator");
-    EXPECT_EQ(output.notes[1], output.notes[0]);
+    EXPECT_THAT(output.notes,
+                ElementsAre(L"refused: 0xe0fe0005, access denied: run qxctl as an administrator"));
+}
+
+TEST_F(VerbTest, AnEndpointThatDeniesAccessIsNotTheServices)
+{
+    const FakeServiceManager manager(SERVICE_RUNNING);
+    EXPECT_EQ(Run({L"status"}, {.call = Status::FromSystemError(ERROR_ACCESS_DENIED)}),
+              ExitCode::NotReachable);
+    EXPECT_THAT(output.notes, ElementsAre(HasSubstr(L"the endpoint is not that of ")));
 }
 
 TEST_F(VerbTest, SendPassesTheTextOnAsItStands)

@@ -171,8 +171,8 @@ TEST_F(WatcherTest, DoesNotBeginWithoutAService)
 TEST_F(WatcherTest, EndsWhenItIsRefused)
 {
     service.failure = Status::FromSystemError(ERROR_ACCESS_DENIED);
-    EXPECT_EQ(Run({}), ExitCode::Refused);
-    EXPECT_THAT(output.notes, ElementsAre(HasSubstr(L"run qxctl as an administrator")));
+    EXPECT_EQ(Run({}), ExitCode::NotReachable);
+    EXPECT_THAT(output.notes, ElementsAre(HasSubstr(L"the endpoint is not that of ")));
 }
 
 TEST_F(WatcherTest, EndsWhenNobodyReadsIt)
