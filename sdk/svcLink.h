@@ -30,7 +30,7 @@ inline constexpr std::size_t RpcUuidSize = 37;
 struct CRpcDataHandle
 {
     std::uint32_t uReserved;                     // 0
-    std::uint32_t uMessageId;                    // 0x10014 in all cases of the agent
+    std::uint32_t uMessageId;                    // 0x10014; the index of an extracted answer
     boost::shared_ptr<CRpcMsgBuffer>* pMessage; // on the heap; null if the handle is empty
 };
 
