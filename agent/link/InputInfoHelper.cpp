@@ -2,6 +2,7 @@
 
 #include "MailHelper.h"
 #include "MessageIds.h"
+#include "OuterClientGuard.h"
 #include "OuterClientHelper.h"
 #include "VzComn_LogFront.h"
 
@@ -11,15 +12,22 @@ namespace
 {
 static_assert(sizeof(LASTINPUTINFO) == 8);
 
-// The answer is dropped.
-AgentStatus SendReport(std::uint32_t mailId, const QxCommon::JsonDb& request)
+// A report of one number. The answer is dropped.
+AgentStatus SendReport(std::uint32_t mailId, const wchar_t* name, std::uint32_t value)
 {
     if (g_pClient == nullptr)
     {
         return Status::NoClient;
     }
-    QxCommon::JsonDb reply;
-    return g_pClient->SendMail2ProductPlugin(Plugin::UserActivity, mailId, request, reply);
+    return Guarded(L"SendReport",
+                   [&]
+                   {
+                       QxCommon::JsonDb request;
+                       request[name].SetUInt(value);
+                       QxCommon::JsonDb reply;
+                       return CVzRpcClientHelper::SendMail2ProductPlugin(Plugin::UserActivity, mailId,
+                                                                         request, reply);
+                   });
 }
 } // namespace
 
@@ -36,9 +44,7 @@ AgentStatus SendActiveWindow(ActiveWindowState& state)
     {
         return Status::Success;
     }
-    QxCommon::JsonDb request;
-    request[L"processId"].SetUInt(processId);
-    const AgentStatus status = SendReport(Mail::ActiveWindow, request);
+    const AgentStatus status = SendReport(Mail::ActiveWindow, L"processId", processId);
     // Deliberate: a report that failed is not tried again.
     state.window = window;
     state.processId = processId;
@@ -55,7 +61,5 @@ AgentStatus SendInputInfo()
         LOG_ERROR << L"Failed to call GetLastInputInfo, error code is " << error;
         return Status::FromSystemError(error);
     }
-    QxCommon::JsonDb request;
-    request[L"lastInputTicket"].SetUInt(info.dwTime);
-    return SendReport(Mail::InputInfo, request);
+    return SendReport(Mail::InputInfo, L"lastInputTicket", info.dwTime);
 }

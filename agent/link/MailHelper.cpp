@@ -4,9 +4,12 @@
 
 #include "CallbackHelper.h"
 #include "MessageIds.h"
+#include "OuterClientGuard.h"
 #include "OuterClientHelper.h"
 #include "VzComn_LogFront.h"
 #include "VzComn_TerminalService.h"
+
+CVzRpcClientHelper* g_pClient = nullptr;
 
 namespace
 {
@@ -24,17 +27,9 @@ std::uint32_t SessionOfThisProcess()
     }
     return sessionId;
 }
-} // namespace
 
-CVzRpcClientHelper* g_pClient = nullptr;
-
-AgentStatus RegisterRPC()
+AgentStatus MakeClient()
 {
-    FUNCTION_TRACE(L"RegisterRPC");
-    if (g_pClient != nullptr)
-    {
-        return Status::Success; // Deliberate: also when that client's registration failed.
-    }
     auto* const client = new (std::nothrow) CVzRpcClientHelper(0, RpcClientProduct);
     if (client == nullptr)
     {
@@ -43,6 +38,32 @@ AgentStatus RegisterRPC()
     }
     g_pClient = client;
     return g_pClient->RegisterProcess(clientName, &OnServiceCommand);
+}
+
+AgentStatus SendEvent(UINT eventId)
+{
+    const std::uint32_t sessionId = SessionOfThisProcess();
+    QxCommon::JsonDb request;
+    request[L"eventId"].SetInt(static_cast<std::int32_t>(eventId));
+    request[L"winSessionId"].SetUInt(sessionId);
+    QxCommon::JsonDb reply;
+    LOG_INFO << request.ToStyledString();
+    if (g_pClient == nullptr)
+    {
+        return Status::NoClient;
+    }
+    return CVzRpcClientHelper::SendMail2ProductPlugin(Plugin::EventCenter, Mail::Event, request, reply);
+}
+} // namespace
+
+AgentStatus RegisterRPC()
+{
+    FUNCTION_TRACE(L"RegisterRPC");
+    if (g_pClient != nullptr)
+    {
+        return Status::Success; // Deliberate: also when that client's registration failed.
+    }
+    return Guarded(L"RegisterRPC", &MakeClient);
 }
 
 AgentStatus UnRegisterRPC()
@@ -61,17 +82,7 @@ AgentStatus UnRegisterRPC()
 AgentStatus SendEventToEventCenter(UINT eventId)
 {
     FUNCTION_TRACE(L"SendEventToEventCenter");
-    const std::uint32_t sessionId = SessionOfThisProcess();
-    QxCommon::JsonDb request;
-    request[L"eventId"].SetInt(static_cast<std::int32_t>(eventId));
-    request[L"winSessionId"].SetUInt(sessionId);
-    QxCommon::JsonDb reply;
-    LOG_INFO << request.ToStyledString();
-    if (g_pClient == nullptr)
-    {
-        return Status::NoClient;
-    }
-    return g_pClient->SendMail2ProductPlugin(Plugin::EventCenter, Mail::Event, request, reply);
+    return Guarded(L"SendEventToEventCenter", [eventId] { return SendEvent(eventId); });
 }
 
 bool SendMailForStartScan()

@@ -8,21 +8,31 @@
 
 namespace
 {
+// out stays as it was if there is no memory for the reply.
 AgentStatus PutReply(const QxCommon::JsonDb& command, AgentStatus status, CRpcCommandResult& out)
 {
     CRpcDataHandleWrapper reply;
-    const AgentStatus made = reply.Create();
+    AgentStatus made = reply.Create();
+    if (!Status::Failed(made))
+    {
+        const std::wstring text = command.ToFastString();
+        made = command.LastError() == ERROR_OUTOFMEMORY
+                   ? Status::OutOfMemory
+                   : reply.Message()->AddString(ID_DATA_PRODUCTADAPTER_COMM_JSON_STRING, text.c_str(),
+                                                static_cast<std::uint32_t>(text.size()));
+    }
+    if (!Status::Failed(made))
+    {
+        made = reply.CopyTo(out.data);
+    }
     if (Status::Failed(made))
     {
+        LOG_ERROR << L"The command's reply is lost, err=" << made;
         return made;
     }
-    const std::wstring text = command.ToFastString();
-    reply.Message()->AddString(ID_DATA_PRODUCTADAPTER_COMM_JSON_STRING, text.c_str(),
-                               static_cast<std::uint32_t>(text.size()));
     out.iStatus = status;
     out.uMessageId = RpcMessageId;
-    reply.CopyTo(out.data);
-    return status;
+    return made;
 }
 
 AgentStatus RunCommand(const CRpcCommandResult& in, CRpcCommandResult& out)
@@ -38,7 +48,13 @@ AgentStatus RunCommand(const CRpcCommandResult& in, CRpcCommandResult& out)
     LOG_INFO << L"Receive ID_DATA_PRODUCTADAPTER_COMM_JSON_STRING=" << text;
     QxCommon::JsonDb parsed;
     QxCommon::JsonDb none; // what was read before a syntax error is no command
-    QxCommon::JsonDb& command = parsed.ParseFromString(text) == 0 ? parsed : none;
+    const std::uint32_t error = parsed.ParseFromString(text);
+    if (error != 0 && error != ERROR_INVALID_PARAMETER)
+    {
+        LOG_ERROR << L"The service's command cannot be read, error=" << error;
+        return Status::OutOfMemory;
+    }
+    QxCommon::JsonDb& command = error == 0 ? parsed : none;
     const CVzRpcClientHelper::CommandFunction callback = g_fnCallback.load();
     if (callback == nullptr)
     {
@@ -46,7 +62,8 @@ AgentStatus RunCommand(const CRpcCommandResult& in, CRpcCommandResult& out)
         return Status::NoCallback;
     }
     const AgentStatus status = callback(command);
-    return PutReply(command, status, out);
+    Guarded(L"The command's reply", [&] { return PutReply(command, status, out); });
+    return status; // the command was executed, with or without a reply
 }
 } // namespace
 

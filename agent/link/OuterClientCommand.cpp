@@ -3,27 +3,33 @@
 #include "OuterClientLog.h"
 
 #include "MessageIds.h"
+#include "OuterClientGuard.h"
 
 namespace
 {
 // The service has forgotten the manager. Another thread may have put a new one in its place already.
-void RenewManager(RpcManager& manager)
+bool RenewManager(CommandManager& manager, const std::function<bool()>& isWanted)
 {
-    LOG_WARN << L"not register yet. register this client helper to service now. nProductID=" << g_nProductID;
     const RpcLockGuard lock(g_rpcLock);
-    if (manager == g_pRpcManager)
+    if (!isWanted())
+    {
+        return false;
+    }
+    LOG_WARN << L"not register yet. register this client helper to service now. nProductID=" << g_nProductID;
+    if (manager.manager == g_pRpcManager)
     {
         g_bProductInited = false;
-        CVzRpcClientHelper::InitProduct(0, 0, RpcClientProduct);
+        Guarded(L"InitProduct", [] { return CVzRpcClientHelper::InitProduct(0, 0, RpcClientProduct); });
     }
-    manager = g_pRpcManager;
+    manager = CurrentManager();
+    return true;
 }
 } // namespace
 
-RpcManager CurrentManager()
+CommandManager CurrentManager()
 {
-    const RpcLockGuard lock(g_rpcLock);
-    return g_pRpcManager;
+    const StateLockGuard lock(&g_stateLock);
+    return {g_pRpcManager, g_noManagerStatus};
 }
 
 CRpcCommand MakeCommand(std::uint32_t id, std::uint32_t second)
@@ -35,10 +41,11 @@ CRpcCommand MakeCommand(std::uint32_t id, std::uint32_t second)
     return command;
 }
 
-AgentStatus MakeTrackingId(const RpcManager& manager, CRpcCommand& command)
+AgentStatus MakeTrackingId(const CommandManager& manager, CRpcCommand& command)
 {
     const AgentStatus status =
-        manager ? manager->CreateUUID(command.szTrackingId, sizeof(command.szTrackingId)) : g_noManagerStatus;
+        manager.manager ? manager.manager->CreateUUID(command.szTrackingId, sizeof(command.szTrackingId))
+                        : manager.noManagerStatus;
     if (Status::Failed(status))
     {
         LOG_ERROR << L"Cannot generate tracking ID, err=" << status;
@@ -46,30 +53,31 @@ AgentStatus MakeTrackingId(const RpcManager& manager, CRpcCommand& command)
     return status;
 }
 
-AgentStatus Execute(const RpcManager& manager, const CRpcCommand& command,
+AgentStatus Execute(const CommandManager& manager, const CRpcCommand& command,
                     CRpcClientManager::Callback callback, CRpcCommandResult& result)
 {
     result = {};
-    return manager ? manager->ExecuteCommand(command, callback, result) : g_noManagerStatus;
+    return manager.manager ? manager.manager->ExecuteCommand(command, callback, result)
+                           : manager.noManagerStatus;
 }
 
-AgentStatus ExecuteAsNewClient(RpcManager& manager, const CRpcCommand& command,
-                               CRpcClientManager::Callback callback, CRpcCommandResult& result)
+AgentStatus ExecuteAsNewClient(CommandManager& manager, const CRpcCommand& command,
+                               CRpcClientManager::Callback callback, CRpcCommandResult& result,
+                               const std::function<bool()>& isWanted)
 {
     const AgentStatus status = Execute(manager, command, callback, result);
-    if (status != Status::UnknownClient)
+    if (status != Status::UnknownClient || !RenewManager(manager, isWanted))
     {
         return status;
     }
-    RenewManager(manager);
     return Execute(manager, command, callback, result);
 }
 
-void DestroyData(const RpcManager& manager, CRpcDataHandle& data)
+void DestroyData(const CommandManager& manager, CRpcDataHandle& data)
 {
-    if (manager)
+    if (manager.manager)
     {
-        manager->DestroyDataHandle(&data);
+        manager.manager->DestroyDataHandle(&data);
     }
     else
     {

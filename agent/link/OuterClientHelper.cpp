@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <new>
-#include <vector>
 
 #include "LinkLibrary.h"
 #include "MessageIds.h"
@@ -17,20 +16,25 @@ namespace
 {
 constexpr std::uint32_t busyEndpointTimeout = 1000; // milliseconds
 
-// Deliberate: a manager that a new one replaces is never deleted.
-void KeepForEver(RpcManager& manager)
+// Whoever looks for the manager from now on finds this one, or the reason why there is none.
+void PutManager(RpcManager& manager, AgentStatus noManagerStatus)
 {
-    static auto& kept = *new std::vector<RpcManager>;
-    if (manager)
-    {
-        kept.push_back(manager);
-    }
-    manager.reset();
+    const StateLockGuard lock(&g_stateLock);
+    g_pRpcManager.swap(manager);
+    g_noManagerStatus = noManagerStatus;
 }
 
-AgentStatus CreateManager()
+// Deliberate: a manager that a new one replaces is never deleted.
+void KeepForEver(const RpcManager& manager)
 {
-    KeepForEver(g_pRpcManager);
+    if (manager)
+    {
+        static_cast<void>(new (std::nothrow) RpcManager(manager)); // NOLINT(cppcoreguidelines-owning-memory)
+    }
+}
+
+AgentStatus CreateManager(RpcManager& created)
+{
     const AgentStatus loaded = LoadLinkLibrary();
     if (Status::Failed(loaded))
     {
@@ -41,8 +45,14 @@ AgentStatus CreateManager()
     {
         return Status::OutOfMemory;
     }
-    g_pRpcManager.reset(manager);
+    created.reset(manager);
     return Status::Success;
+}
+
+std::string RegisteredTrackingId()
+{
+    const StateLockGuard lock(&g_stateLock);
+    return g_strTrackingID;
 }
 
 void ForgetTrackingId(const std::string& trackingId)
@@ -84,10 +94,7 @@ CVzRpcClientHelper::~CVzRpcClientHelper()
     Guarded(L"~CVzRpcClientHelper",
             [this]
             {
-                {
-                    const RpcLockGuard lock(g_rpcLock);
-                    StopWatching();
-                }
+                LeaveRegistration();
                 UninitProduct();
                 const RpcLockGuard lock(g_rpcLock);
                 --m_uiRefCnt;
@@ -115,11 +122,13 @@ AgentStatus CVzRpcClientHelper::MakeManager()
         LOG_WARN << L"The Product helper is already initialized";
         return Status::AlreadyDone;
     }
-    g_noManagerStatus = Status::OutOfMemory; // should the next line throw
-    g_noManagerStatus = CreateManager();
-    if (Status::Failed(g_noManagerStatus))
+    RpcManager manager;
+    const AgentStatus status = Guarded(L"InitProduct", [&manager] { return CreateManager(manager); });
+    PutManager(manager, Status::Failed(status) ? status : Status::Failure);
+    KeepForEver(manager); // the one of before
+    if (Status::Failed(status))
     {
-        return g_noManagerStatus;
+        return status;
     }
     g_bProductInited = true;
     return Status::Failure; // Deliberate: callers ignore it, and it is kept as it is.
@@ -147,7 +156,7 @@ AgentStatus CVzRpcClientHelper::EndManager()
     Guarded(L"ForgetTrackingId",
             []
             {
-                ForgetTrackingId(g_strTrackingID);
+                ForgetTrackingId(RegisteredTrackingId());
                 return Status::Success;
             });
     const AgentStatus status = DestroyContext();
@@ -157,8 +166,9 @@ AgentStatus CVzRpcClientHelper::EndManager()
     }
     g_rpcContext = {};
     std::memset(g_rpcContextSpare, 0, sizeof(g_rpcContextSpare));
-    g_pRpcManager.reset();
-    g_noManagerStatus = Status::Failure;
+    RpcManager none;
+    PutManager(none, Status::Failure);
+    none.reset();
     g_bProductInited = false;
     if (Status::Failed(status))
     {
@@ -194,12 +204,11 @@ AgentStatus CVzRpcClientHelper::EraseAllCallbackOfTrackingID()
                        CRpcCommand command{};
                        command.uCommandId = RpcCommandId::EraseCallbacks;
                        command.uSecond = 1;
-                       RpcManager manager;
                        {
-                           const RpcLockGuard lock(g_rpcLock);
+                           const StateLockGuard lock(&g_stateLock);
                            g_strTrackingID.copy(command.szTrackingId, sizeof(command.szTrackingId) - 1);
-                           manager = g_pRpcManager;
                        }
+                       const CommandManager manager = CurrentManager();
                        CRpcCommandResult result{};
                        const AgentStatus status = Execute(manager, command, nullptr, result);
                        DestroyData(manager, result.data);

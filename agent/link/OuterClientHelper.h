@@ -19,7 +19,7 @@ inline constexpr wchar_t RpcClientProduct[] = L"c11t1100v1.1.0l1p1r1o1";
 
 // This process as a client of the host service: registers it, sends its mails, hands the service's commands
 // to one function, and registers again when the service has died. All objects share one connection, which the
-// last one takes down. Every failure is logged and returned; nothing is thrown.
+// last one takes down. A failure is returned as a status; nothing is thrown.
 //
 // What needs no object is static: the thread that reconnects may outlive its helper.
 class CVzRpcClientHelper
@@ -72,7 +72,8 @@ public:
 
 private:
     // Owned by the helper and by the thread that waits for it. Signalled when the registration is over or the
-    // helper goes: with g_rpcLock held and the event not signalled, the helper is there.
+    // helper goes: a thread that holds g_stateLock and finds the event not signalled, and has not taken the
+    // signal before, has a living helper. Without an event the thread ends before it looks at its helper.
     using StopEvent = boost::shared_ptr<VzCommon::KernelHandle>;
 
     // A registration whose thread has not begun yet.
@@ -80,7 +81,6 @@ private:
     {
         const CVzRpcClientHelper* helper = nullptr; // Weak.
         StopEvent stop;
-        std::wstring clientName;
     };
 
     static AgentStatus MakeManager();
@@ -95,7 +95,10 @@ private:
                                         const StopEvent& watched);
     static AgentStatus SendUnregistration();
 
-    // Guarded by g_rpcLock.
+    // The helper goes: a registration that is still watched goes with it.
+    void LeaveRegistration();
+
+    // Guarded by g_stateLock.
     void StartWatching(const wchar_t* clientName);
     void StopWatching();
     static bool IsStopped(const StopEvent& stop);
@@ -103,13 +106,15 @@ private:
 
     static bool TakePendingWatch(const CVzRpcClientHelper& helper, Watch& watch);
     static DWORD WatchService(CVzRpcClientHelper& helper);
-    static void Reconnect(CVzRpcClientHelper& helper, const Watch& watch);
-    static bool RenewConnection(const Watch& watch);
+    static void Reconnect(CVzRpcClientHelper& helper, const StopEvent& stop);
+    static AgentStatus RegisterAnew(CVzRpcClientHelper& helper, const StopEvent& stop);
+    static bool RenewConnection(const CVzRpcClientHelper& helper, const StopEvent& stop,
+                                std::wstring& clientName);
 
     static std::uint32_t m_uiRefCnt; // live objects; guarded by g_rpcLock
 
-    std::wstring m_wstrClientName;
+    std::wstring m_wstrClientName; // of the last successful registration; guarded by g_stateLock
     bool m_bReserved = false;
     std::uint32_t m_uiTimeout = 30;
-    StopEvent m_hStopEvent;
+    StopEvent m_hStopEvent; // guarded by g_stateLock
 };

@@ -1,6 +1,9 @@
 // The mails to the service's plug-ins, in three forms that stand one on the other.
 #include "OuterClientLog.h"
 
+#include <algorithm>
+#include <initializer_list>
+
 #include "MessageIds.h"
 #include "OuterClientCommand.h"
 #include "OuterClientGuard.h"
@@ -8,6 +11,27 @@
 
 namespace
 {
+// Releases a message at the end of a scope, whatever ends it.
+class MessageOwner
+{
+public:
+    explicit MessageOwner(CRpcDataHandle& handle) : m_handle(handle) {}
+
+    ~MessageOwner() { CRpcDataHandleWrapper::Release(&m_handle); }
+
+    MessageOwner(const MessageOwner&) = delete;
+    MessageOwner& operator=(const MessageOwner&) = delete;
+
+private:
+    CRpcDataHandle& m_handle;
+};
+
+AgentStatus FirstFailure(std::initializer_list<AgentStatus> steps)
+{
+    const auto* const failed = std::find_if(steps.begin(), steps.end(), &Status::Failed);
+    return failed != steps.end() ? *failed : Status::Success;
+}
+
 // The outer message around data, which gets the sender's and the addressee's numbers.
 AgentStatus WrapMail(std::uint32_t pluginId, std::uint32_t mailId, CRpcMsgBuffer* data,
                      CRpcDataHandleWrapper& mail)
@@ -18,16 +42,15 @@ AgentStatus WrapMail(std::uint32_t pluginId, std::uint32_t mailId, CRpcMsgBuffer
         return status;
     }
     CRpcMsgBuffer& outer = *mail.Message();
-    outer.AddUInt(ID_DATA_PRODUCTADAPTER_PACKER_PARAM, data != nullptr ? data->Id() : 0);
-    if (data != nullptr)
+    if (data == nullptr)
     {
-        data->AddUInt(ID_DATA_PRODUCTADAPTER_PROCESS_ID, GetCurrentProcessId());
-        data->AddUInt(ID_DATA_PRODUCTADAPTER_THREAD_ID, GetCurrentThreadId());
-        data->AddUInt(ID_DATA_PRODUCTADAPTER_PLUGIN_ID, pluginId);
-        data->AddUInt(ID_DATA_PRODUCTADAPTER_MAIL_ID, mailId);
-        outer.AddMessage(*data);
+        return outer.AddUInt(ID_DATA_PRODUCTADAPTER_PACKER_PARAM, 0);
     }
-    return Status::Success;
+    return FirstFailure({outer.AddUInt(ID_DATA_PRODUCTADAPTER_PACKER_PARAM, data->Id()),
+                         data->AddUInt(ID_DATA_PRODUCTADAPTER_PROCESS_ID, GetCurrentProcessId()),
+                         data->AddUInt(ID_DATA_PRODUCTADAPTER_THREAD_ID, GetCurrentThreadId()),
+                         data->AddUInt(ID_DATA_PRODUCTADAPTER_PLUGIN_ID, pluginId),
+                         data->AddUInt(ID_DATA_PRODUCTADAPTER_MAIL_ID, mailId), outer.AddMessage(*data)});
 }
 
 // The status out of the answer, and the nested answer in place of data's message.
@@ -56,7 +79,7 @@ AgentStatus ReadAnswer(const CRpcCommandResult& result, CRpcDataHandleWrapper& d
 AgentStatus Exchange(std::uint32_t pluginId, std::uint32_t mailId, CRpcDataHandleWrapper& data)
 {
     CRpcCommand command = MakeCommand(RpcCommandId::Mail, 1);
-    RpcManager manager = CurrentManager();
+    CommandManager manager = CurrentManager();
     AgentStatus status = MakeTrackingId(manager, command);
     if (Status::Failed(status))
     {
@@ -68,11 +91,17 @@ AgentStatus Exchange(std::uint32_t pluginId, std::uint32_t mailId, CRpcDataHandl
     {
         return status;
     }
-    mail.CopyTo(command.data);
+    const MessageOwner request(command.data);
+    status = mail.CopyTo(command.data);
+    if (Status::Failed(status))
+    {
+        return status;
+    }
     LOG_INFO << L"SendMail2ProductPlugin from outer process, process id=" << GetCurrentProcessId()
              << L", thread id=" << GetCurrentThreadId();
     CRpcCommandResult result{};
-    status = ExecuteAsNewClient(manager, command, nullptr, result);
+    const MessageOwner answer(result.data);
+    status = ExecuteAsNewClient(manager, command, nullptr, result, [] { return true; });
     DestroyData(manager, command.data);
     if (Status::Failed(status))
     {
@@ -94,9 +123,17 @@ AgentStatus ExchangeText(std::uint32_t pluginId, std::uint32_t mailId, const QxC
         return status;
     }
     const std::wstring text = request.ToFastString();
-    data.Message()->AddString(ID_DATA_PRODUCTADAPTER_COMM_JSON_STRING, text.c_str(),
-                              static_cast<std::uint32_t>(text.size()));
-    data.Message()->AddInt(ID_DATA_PRODUCTADAPTER_JSON_FLAG, 0);
+    if (request.LastError() == ERROR_OUTOFMEMORY)
+    {
+        return Status::OutOfMemory;
+    }
+    status = FirstFailure({data.Message()->AddString(ID_DATA_PRODUCTADAPTER_COMM_JSON_STRING, text.c_str(),
+                                                     static_cast<std::uint32_t>(text.size())),
+                           data.Message()->AddInt(ID_DATA_PRODUCTADAPTER_JSON_FLAG, 0)});
+    if (Status::Failed(status))
+    {
+        return status;
+    }
     status = CVzRpcClientHelper::SendMail2ProductPlugin(pluginId, mailId, data);
     if (Status::Failed(status))
     {

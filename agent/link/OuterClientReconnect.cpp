@@ -40,10 +40,14 @@ std::vector<CVzRpcClientHelper::Watch>& CVzRpcClientHelper::PendingWatches()
 void CVzRpcClientHelper::StartWatching(const wchar_t* clientName)
 {
     auto stop = boost::make_shared<VzCommon::KernelHandle>(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-    PendingWatches().push_back({this, stop, clientName});
+    if (!*stop)
+    {
+        LOG_ERROR << L"CreateEventW failed, the service is not watched, err=" << GetLastError();
+    }
+    m_wstrClientName = clientName;
+    PendingWatches().push_back({this, stop});
     StopWatching(); // the registration that this one replaces
     m_hStopEvent = stop;
-    m_wstrClientName = clientName;
     const VzCommon::KernelHandle thread(CreateThread(nullptr, 0, &ReconnectProc, this, 0, nullptr));
     if (!thread)
     {
@@ -61,6 +65,17 @@ void CVzRpcClientHelper::StopWatching()
     }
 }
 
+void CVzRpcClientHelper::LeaveRegistration()
+{
+    const StateLockGuard lock(&g_stateLock);
+    if (m_hStopEvent)
+    {
+        // The thread may have registered again when the end of the registration had found nothing to end.
+        g_bProcessRegistered = false;
+    }
+    StopWatching();
+}
+
 bool CVzRpcClientHelper::IsStopped(const StopEvent& stop)
 {
     if (!stop || WaitForSingleObject(stop->Get(), 0) != WAIT_OBJECT_0)
@@ -75,7 +90,7 @@ bool CVzRpcClientHelper::IsStopped(const StopEvent& stop)
 // the thread. No matter: as many threads come as there are registrations.
 bool CVzRpcClientHelper::TakePendingWatch(const CVzRpcClientHelper& helper, Watch& watch)
 {
-    const RpcLockGuard lock(g_rpcLock);
+    const StateLockGuard lock(&g_stateLock);
     std::vector<Watch>& pending = PendingWatches();
     const auto found =
         std::find_if(pending.begin(), pending.end(),
@@ -114,7 +129,13 @@ DWORD CVzRpcClientHelper::WatchService(CVzRpcClientHelper& helper)
     {
         return 0;
     }
-    const std::uint64_t handle = AskForServiceProcess();
+    std::uint64_t handle = 0;
+    Guarded(L"ReconnectProc",
+            [&handle]
+            {
+                handle = AskForServiceProcess();
+                return Status::Success;
+            });
     if (handle == std::numeric_limits<std::uint64_t>::max())
     {
         LOG_ERROR << L"No privilege to open process!";
@@ -132,32 +153,43 @@ DWORD CVzRpcClientHelper::WatchService(CVzRpcClientHelper& helper)
     }
     LOG_INFO << L"Reconnect the RPC...";
     process.Reset();
-    Reconnect(helper, watch);
+    Reconnect(helper, watch.stop);
     return 0;
 }
 
 // Until the service is back, however long that takes, or the helper is gone.
-void CVzRpcClientHelper::Reconnect(CVzRpcClientHelper& helper, const Watch& watch)
+void CVzRpcClientHelper::Reconnect(CVzRpcClientHelper& helper, const StopEvent& stop)
 {
     AgentStatus status = Status::Failure;
-    while (Status::Failed(status))
+    while (Status::Failed(status) && WaitForSingleObject(stop->Get(), retryPause) == WAIT_TIMEOUT)
     {
-        if (WaitForSingleObject(watch.stop->Get(), retryPause) != WAIT_TIMEOUT || !RenewConnection(watch))
-        {
-            return;
-        }
-        status = Register(helper, watch.clientName.c_str(), g_fnCallback.load(), watch.stop);
+        status = Guarded(L"Reconnect", [&] { return RegisterAnew(helper, stop); });
     }
 }
 
-bool CVzRpcClientHelper::RenewConnection(const Watch& watch)
+AgentStatus CVzRpcClientHelper::RegisterAnew(CVzRpcClientHelper& helper, const StopEvent& stop)
+{
+    std::wstring clientName;
+    if (!RenewConnection(helper, stop, clientName))
+    {
+        return Status::Failure;
+    }
+    return Register(helper, clientName.c_str(), g_fnCallback.load(), stop);
+}
+
+bool CVzRpcClientHelper::RenewConnection(const CVzRpcClientHelper& helper, const StopEvent& stop,
+                                         std::wstring& clientName)
 {
     const RpcLockGuard lock(g_rpcLock);
-    if (IsStopped(watch.stop))
     {
-        return false;
+        const StateLockGuard state(&g_stateLock);
+        if (IsStopped(stop))
+        {
+            return false;
+        }
+        clientName = helper.m_wstrClientName;
+        g_bProcessRegistered = false;
     }
-    g_bProcessRegistered = false;
     UninitProduct();
     InitProduct(0, 0, RpcClientProduct);
     return true;

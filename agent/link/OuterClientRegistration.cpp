@@ -16,7 +16,7 @@ namespace
 AgentStatus PutProcess(const wchar_t* clientName, CRpcCommand& command)
 {
     CRpcDataHandleWrapper data;
-    const AgentStatus status = data.Create();
+    AgentStatus status = data.Create();
     if (Status::Failed(status))
     {
         return status;
@@ -24,11 +24,48 @@ AgentStatus PutProcess(const wchar_t* clientName, CRpcCommand& command)
     CRpcMsgBuffer& message = *data.Message();
     if (clientName != nullptr)
     {
-        message.AddString(ID_DATA_PRODUCTADAPTER_CLIENT_NAME, clientName,
-                          static_cast<std::uint32_t>(std::wcslen(clientName)));
+        status = message.AddString(ID_DATA_PRODUCTADAPTER_CLIENT_NAME, clientName,
+                                   static_cast<std::uint32_t>(std::wcslen(clientName)));
     }
-    message.AddUInt(ID_DATA_PRODUCTADAPTER_PROCESS_ID, GetCurrentProcessId());
-    return data.CopyTo(command.data);
+    if (!Status::Failed(status))
+    {
+        status = message.AddUInt(ID_DATA_PRODUCTADAPTER_PROCESS_ID, GetCurrentProcessId());
+    }
+    return Status::Failed(status) ? status : data.CopyTo(command.data);
+}
+
+// The library takes over the messages of a registration and of its end, and those of the answers, unless it
+// never got them or gave them back for another manager to send.
+void ReleaseWhatIsLeft(const CommandManager& manager, AgentStatus status, CRpcCommand& command,
+                       CRpcCommandResult& result)
+{
+    if (!manager.manager || status == Status::UnknownClient)
+    {
+        CRpcDataHandleWrapper::Release(&command.data);
+        CRpcDataHandleWrapper::Release(&result.data);
+    }
+}
+
+// Deliberate: the data of command and answer is left to the library.
+AgentStatus ExchangeUnregistration(const CommandManager& manager, CRpcCommand& command)
+{
+    AgentStatus status = PutProcess(nullptr, command);
+    if (Status::Failed(status))
+    {
+        return status;
+    }
+    CRpcCommandResult result{};
+    status = Execute(manager, command, nullptr, result);
+    ReleaseWhatIsLeft(manager, status, command, result);
+    if (Status::Failed(status))
+    {
+        LOG_ERROR << L"executing command failed, err=" << status;
+    }
+    else
+    {
+        static_cast<void>(ReadMailResult(CRpcDataHandleWrapper(result.data), status));
+    }
+    return status;
 }
 } // namespace
 
@@ -42,7 +79,8 @@ AgentStatus CVzRpcClientHelper::Register(CVzRpcClientHelper& helper, const wchar
 {
     FUNCTION_TRACE(L"CVzRpcClientHelper::RegisterProcess");
     {
-        const RpcLockGuard lock(g_rpcLock);
+        const RpcLockGuard renewal(g_rpcLock); // one that is under way comes first
+        const StateLockGuard lock(&g_stateLock);
         if (IsStopped(watched))
         {
             return Status::Failure;
@@ -66,10 +104,10 @@ AgentStatus CVzRpcClientHelper::SendRegistration(CVzRpcClientHelper& helper, con
                                                  const StopEvent& watched)
 {
     CRpcCommand command = MakeCommand(RpcCommandId::RegisterProcess, 0);
-    RpcManager manager = CurrentManager();
-    if (manager)
+    CommandManager manager = CurrentManager();
+    if (manager.manager)
     {
-        std::memcpy(command.szTrackingId, manager->m_szTrackingId, sizeof(command.szTrackingId));
+        std::memcpy(command.szTrackingId, manager.manager->m_szTrackingId, sizeof(command.szTrackingId));
     }
     AgentStatus status = PutProcess(clientName, command);
     if (Status::Failed(status))
@@ -77,21 +115,29 @@ AgentStatus CVzRpcClientHelper::SendRegistration(CVzRpcClientHelper& helper, con
         return status;
     }
     CRpcCommandResult result{};
-    status = ExecuteAsNewClient(manager, command, &RegisterProcessCallback, result);
-
-    const RpcLockGuard lock(g_rpcLock);
-    if (IsStopped(watched))
-    {
-        return Status::Failure;
-    }
+    status = ExecuteAsNewClient(manager, command, &RegisterProcessCallback, result,
+                                [&watched]
+                                {
+                                    const StateLockGuard lock(&g_stateLock);
+                                    return !IsStopped(watched);
+                                });
+    ReleaseWhatIsLeft(manager, status, command, result);
+    bool isRegistered = false;
     if (Status::Failed(status))
     {
         LOG_ERROR << L"executing command failed, err=" << status;
     }
-    else if (ReadMailResult(CRpcDataHandleWrapper(result.data), status))
+    else
     {
-        g_bProcessRegistered = true; // Deliberate: also when the service refuses.
+        isRegistered = ReadMailResult(CRpcDataHandleWrapper(result.data), status);
     }
+
+    const StateLockGuard lock(&g_stateLock);
+    if (IsStopped(watched))
+    {
+        return Status::Failure;
+    }
+    g_bProcessRegistered = g_bProcessRegistered || isRegistered; // Deliberate: also when the service refuses.
     g_strTrackingID.assign(command.szTrackingId, strnlen(command.szTrackingId, sizeof(command.szTrackingId)));
     if (!Status::Failed(status))
     {
@@ -103,43 +149,29 @@ AgentStatus CVzRpcClientHelper::SendRegistration(CVzRpcClientHelper& helper, con
 AgentStatus CVzRpcClientHelper::UnregisterProcess()
 {
     FUNCTION_TRACE(L"CVzRpcClientHelper::UnregisterProcess");
-    if (!g_bProcessRegistered)
     {
-        return Status::Success;
-    }
-    {
-        const RpcLockGuard lock(g_rpcLock);
+        const StateLockGuard lock(&g_stateLock);
+        if (!g_bProcessRegistered)
+        {
+            return Status::Success;
+        }
         StopWatching();
     }
     return Guarded(L"UnregisterProcess", [] { return SendUnregistration(); });
 }
 
-// Deliberate: the data of command and answer is left to the library.
 AgentStatus CVzRpcClientHelper::SendUnregistration()
 {
     CRpcCommand command = MakeCommand(RpcCommandId::UnregisterProcess, 1);
-    const RpcManager manager = CurrentManager();
+    const CommandManager manager = CurrentManager();
     AgentStatus status = MakeTrackingId(manager, command);
     if (Status::Failed(status))
     {
-        return status;
+        return status; // Deliberate: the process stays registered.
     }
-    status = PutProcess(nullptr, command);
-    if (Status::Failed(status))
-    {
-        return status;
-    }
-    CRpcCommandResult result{};
-    status = Execute(manager, command, nullptr, result);
-    if (Status::Failed(status))
-    {
-        LOG_ERROR << L"executing command failed, err=" << status;
-    }
-    else
-    {
-        static_cast<void>(ReadMailResult(CRpcDataHandleWrapper(result.data), status));
-    }
+    status = Guarded(L"UnregisterProcess", [&] { return ExchangeUnregistration(manager, command); });
     g_fnCallback.exchange(nullptr);
+    const StateLockGuard lock(&g_stateLock);
     g_bProcessRegistered = false;
     return status;
 }

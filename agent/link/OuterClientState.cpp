@@ -3,10 +3,12 @@
 boost::recursive_mutex& g_rpcLock = *new boost::recursive_mutex;
 
 bool g_bProductInited = false;
-RpcManager& g_pRpcManager = *new RpcManager;
-std::string& g_strTrackingID = *new std::string;
-AgentStatus g_noManagerStatus = Status::Failure;
 
+VzCommon::Synchronize::CriticalSection& g_stateLock = *new VzCommon::Synchronize::CriticalSection;
+
+RpcManager& g_pRpcManager = *new RpcManager;
+AgentStatus g_noManagerStatus = Status::Failure;
+std::string& g_strTrackingID = *new std::string;
 bool g_bProcessRegistered = false;
 
 std::atomic<CVzRpcClientHelper::CommandFunction> g_fnCallback{nullptr};

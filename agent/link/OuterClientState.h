@@ -9,6 +9,7 @@
 #include <string>
 
 #include "OuterClientHelper.h"
+#include "VzComn_Synchronize.h"
 
 // The one connection of this process to the host service, shared by all helpers. What has a destructor lives
 // as long as the process: a thread that reconnects may run on while the program ends.
@@ -16,16 +17,23 @@
 using RpcLockGuard = boost::unique_lock<boost::recursive_mutex>;
 using RpcManager = boost::shared_ptr<CRpcClientManager>;
 
-// Guards the state below, except for what is atomic or says otherwise.
+using StateLockGuard = VzCommon::Synchronize::SingleLock;
+
+// Guards the making and the end of the manager, which are round trips to the service.
 extern boost::recursive_mutex& g_rpcLock;
 
-extern bool g_bProductInited;
-extern RpcManager& g_pRpcManager; // whoever calls it holds a reference of its own
-extern std::string& g_strTrackingID;
-extern AgentStatus g_noManagerStatus; // why there is no manager
+extern bool g_bProductInited; // guarded by g_rpcLock
 
-// Deliberate: read and cleared without the lock as well.
+// Guards the state below, for moments only: senders and the main thread do not wait for a round trip. Where
+// both locks are held, this one was taken last.
+extern VzCommon::Synchronize::CriticalSection& g_stateLock;
+
+extern RpcManager& g_pRpcManager;     // written with both locks held; a caller keeps a reference of its own
+extern AgentStatus g_noManagerStatus; // why there is no manager
+extern std::string& g_strTrackingID;
 extern bool g_bProcessRegistered;
+
+// No lock guards what follows.
 
 extern std::atomic<CVzRpcClientHelper::CommandFunction> g_fnCallback;
 

@@ -12,6 +12,7 @@
 #include "MessageBytes.h"
 #include "OuterClientState.h"
 #include "RpcDataHandleWrapper.h"
+#include "ScarceMemory.h"
 
 namespace
 {
@@ -81,6 +82,10 @@ SentCommand Describe(const CRpcCommand& command, bool withCallback, const CRpcCl
     sent.manager = manager;
     sent.thread = GetCurrentThreadId();
     sent.tick = GetTickCount64();
+    if (command.data.pMessage != nullptr)
+    {
+        sent.buffer = *command.data.pMessage;
+    }
     return sent;
 }
 
@@ -200,6 +205,7 @@ CallOutcome FakeLink::Call(const std::string& message) const
             outcome.status = out.iStatus;
             outcome.messageId = out.uMessageId;
             outcome.message = BytesOf(out.data);
+            outcome.data = {out.data.uReserved, out.data.uMessageId, nullptr};
             outcome.thread = GetCurrentThreadId();
             CRpcDataHandleWrapper::Release(&in.data);
             CRpcDataHandleWrapper::Release(&out.data);
@@ -258,12 +264,21 @@ AgentStatus LoadLinkLibrary()
     return TheLink().load;
 }
 
+// The messages that the library has taken over, until its manager goes.
+class CRpcClientManager::Implementation
+{
+public:
+    std::vector<CRpcDataHandle> kept; // guarded by the state's lock
+};
+
 CRpcClientManager::CRpcClientManager(void* pReserved, std::uint32_t uTimeout)
 {
+    const Plenty memory;
     if (TheLink().noMemoryForManager)
     {
         throw std::bad_alloc();
     }
+    m_pImplementation = new Implementation;
     Note("new " + std::string(pReserved == nullptr ? "null" : "pointer") + " " + std::to_string(uTimeout));
     std::memcpy(m_szTrackingId, ManagerTrackingId, sizeof(m_szTrackingId));
     const std::lock_guard guard(State().lock);
@@ -272,7 +287,13 @@ CRpcClientManager::CRpcClientManager(void* pReserved, std::uint32_t uTimeout)
 
 CRpcClientManager::~CRpcClientManager()
 {
+    const Plenty memory;
     Note("delete");
+    for (CRpcDataHandle& handle : m_pImplementation->kept)
+    {
+        CRpcDataHandleWrapper::Release(&handle);
+    }
+    delete m_pImplementation;
     const std::lock_guard guard(State().lock);
     --State().managers;
 }
@@ -280,6 +301,7 @@ CRpcClientManager::~CRpcClientManager()
 std::int32_t CRpcClientManager::ExecuteCommand(const CRpcCommand& command, Callback pCallback,
                                                CRpcCommandResult& result)
 {
+    const Plenty memory;
     const SentCommand sent = Describe(command, pCallback != nullptr, this);
     static const CRpcCommandResult zero{};
     const bool clean = std::memcmp(&result, &zero, sizeof(zero)) == 0;
@@ -305,11 +327,18 @@ std::int32_t CRpcClientManager::ExecuteCommand(const CRpcCommand& command, Callb
     }
     std::memset(result.opaque, 0x5A, sizeof(result.opaque));
     Fill(result.data, answer.message);
+    const bool isTaken = command.uCommandId == 0x2052 || command.uCommandId == 0x2053;
+    if (isTaken && answer.status != Status::UnknownClient)
+    {
+        const std::lock_guard guard(State().lock);
+        m_pImplementation->kept.insert(m_pImplementation->kept.end(), {command.data, result.data});
+    }
     return answer.status;
 }
 
 std::int32_t CRpcClientManager::CreateUUID(char* pszBuffer, std::uint32_t uSize)
 {
+    const Plenty memory;
     Note("uuid " + std::to_string(uSize));
     if (Status::Failed(TheLink().createUuid))
     {
@@ -324,12 +353,14 @@ std::int32_t CRpcClientManager::CreateUUID(char* pszBuffer, std::uint32_t uSize)
 
 std::int32_t CRpcClientManager::DestroyDataHandle(CRpcDataHandle* pHandle)
 {
+    const Plenty memory;
     Note(pHandle->pMessage == nullptr ? "destroy nothing" : "destroy data");
     return CRpcDataHandleWrapper::Release(pHandle);
 }
 
 std::int32_t CRpcClientManager::DestroyTrackingID(const char* pszTrackingId)
 {
+    const Plenty memory;
     Note("destroy id " + std::string(pszTrackingId));
     return TheLink().destroyTrackingId;
 }

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <boost/weak_ptr.hpp>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -25,7 +27,8 @@ struct SentCommand
     bool withCallback = false;
     const CRpcClientManager* manager = nullptr;
     DWORD thread = 0;
-    std::uint64_t tick = 0; // milliseconds
+    std::uint64_t tick = 0;                // milliseconds
+    boost::weak_ptr<CRpcMsgBuffer> buffer; // expired when nobody owns the message any more
 };
 
 // What the service does with a command: a status of the library, and a serialised message for the result;
@@ -43,6 +46,7 @@ struct CallOutcome
     std::int32_t status = 0; // of the record, 0 as long as nobody writes it
     std::uint32_t messageId = 0;
     std::string message;
+    CRpcDataHandle data{}; // its two numbers
     DWORD thread = 0;
 };
 
@@ -58,7 +62,7 @@ public:
     // The reply to the mail that asks for the service's process; the value of "handle" as JSON.
     void GiveProcess(const std::string& handle);
 
-    // Runs in place of the answer, on the calling thread, before the command returns.
+    // Runs on the calling thread before the command gets its answer; what it throws comes out of the library.
     void Before(std::uint32_t commandId, std::function<void()> action);
 
     // Holds commands of the id in the library until they are let go.

@@ -129,7 +129,7 @@ TEST_F(HelperLifeTest, AnEraseCommandCarriesNoContext)
     EXPECT_EQ(helper->EraseAllCallbackOfTrackingID(), Status::NotFound);
     const std::string record = TheLink().Only(0).record;
     EXPECT_EQ(record.size(), 992U);
-    EXPECT_TRUE(std::all_of(record.begin(), record.begin() + 916, [](char byte) { return byte == '\0'; }));
+    EXPECT_EQ(record, std::string(920, '\0') + Bytes().U32(1).text + std::string(68, '\0'));
     EXPECT_THAT(TheLink().Calls(), ElementsAre("new null 1000", "execute 0", "destroy data"));
     EXPECT_THAT(Statements(),
                 ElementsAre(L"OuterClientHelper: [INFO] EraseAllCallbackOfTrackingID, result=-520159218"));

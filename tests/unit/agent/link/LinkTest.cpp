@@ -1,32 +1,8 @@
 #include "LinkTest.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
-#include <new>
 
 #include "ObjectCounts.h"
-
-namespace
-{
-std::atomic<bool> g_noMemory = false;
-}
-
-// Takes the place of the runtime's: the allocation that the program makes without throwing.
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
-{
-    return g_noMemory ? nullptr : std::malloc(size);
-}
-
-NoMemory::NoMemory()
-{
-    g_noMemory = true;
-}
-
-NoMemory::~NoMemory()
-{
-    g_noMemory = false;
-}
 
 LinkTest::LinkTest()
 {
@@ -60,6 +36,19 @@ bool LinkTest::NobodyWatches()
     return TestSupport::CountObjects().threads <= threads;
 }
 
+long long LinkTest::BlocksLeftBy(const std::function<void()>& operation)
+{
+    long long before = 0;
+    for (int round = 0; round < 3; ++round) // what the first ones leave is made once
+    {
+        before = BlocksAlive();
+        operation();
+        log.Clear();
+        TheLink().ForgetCalls();
+    }
+    return BlocksAlive() - before;
+}
+
 std::unique_ptr<CVzRpcClientHelper> LinkTest::MakeHelper()
 {
     return std::make_unique<CVzRpcClientHelper>(0, RpcClientProduct);
@@ -73,6 +62,7 @@ CommandNote& TheCommand()
 
 AgentStatus NoteCommand(QxCommon::JsonDb& command)
 {
+    const Plenty memory;
     ++TheCommand().calls;
     TheCommand().text = command.ToFastString();
     command[L"retCode"].SetInt(TheCommand().status);

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "MessageBytes.h"
 #include "OuterClientHelper.h"
 #include "OuterClientState.h"
+#include "ScarceMemory.h"
 #include "WaitUntil.h"
 
 // A test of the client helper: a healthy service, no connection, and the log.
@@ -29,6 +31,9 @@ protected:
     // Whether the threads that watch the service have all ended.
     [[nodiscard]] static bool NobodyWatches();
 
+    // How many blocks of memory stay behind after the operation, apart from log and record of the link.
+    [[nodiscard]] long long BlocksLeftBy(const std::function<void()>& operation);
+
     static std::unique_ptr<CVzRpcClientHelper> MakeHelper();
 
     TestSupport::LogCapture log{0x0111};
@@ -44,16 +49,5 @@ struct CommandNote
 
 [[nodiscard]] CommandNote& TheCommand();
 AgentStatus NoteCommand(QxCommon::JsonDb& command);
-
-// For the length of a scope no allocation that must not throw succeeds.
-class NoMemory
-{
-public:
-    NoMemory();
-    ~NoMemory();
-
-    NoMemory(const NoMemory&) = delete;
-    NoMemory& operator=(const NoMemory&) = delete;
-};
 
 inline constexpr wchar_t TestClientName[] = L"QxSystemTray";

@@ -121,18 +121,7 @@ TEST_F(MailHelperTest, AnEventGoesToTheEventCenter)
     EXPECT_EQ(SendEventToEventCenter(EventId::StartFinished), Status::Success);
     ASSERT_EQ(Events().size(), 1U);
     const std::wstring json = L"{\"eventId\":18,\"winSessionId\":" + Session() + L"}\n";
-    const Bytes inner = Bytes()
-                            .Text(0xE001F, json)
-                            .U32(0xE001E)
-                            .U32(6)
-                            .U32(4)
-                            .U32(0)
-                            .UInt(0xE000E, GetCurrentProcessId())
-                            .UInt(0xE0020, GetCurrentThreadId())
-                            .UInt(0xE0001, 5)
-                            .UInt(0xE000F, 0x1802);
-    EXPECT_EQ(Events()[0].message,
-              Message(0x10014, Bytes().UInt(0xE001D, 0x10014).Raw(Message(0x10014, inner))));
+    EXPECT_EQ(Events()[0].message, MailMessage(json, GetCurrentThreadId(), 5, 0x1802));
     EXPECT_THAT(Own(), ElementsAre(EventText(L"18", Session())));
 }
 
@@ -196,4 +185,28 @@ TEST_F(MailHelperTest, WithoutTheLibraryRegistrationAndEventsFail)
     EXPECT_EQ(SendEventToEventCenter(18), Status::FromBits(0xE0FE007E));
     EXPECT_EQ(UnRegisterRPC(), Status::Success);
     EXPECT_EQ(g_pClient, nullptr);
+}
+
+TEST_F(MailHelperTest, ShortMemoryIsAStatusAndNoException)
+{
+    bool hasFailed = true;
+    for (long long successes = 0; hasFailed; ++successes)
+    {
+        const OneFailure failure(successes);
+        EXPECT_NO_THROW(SendEventToEventCenter(18)) << successes;
+        hasFailed = failure.HasFailed();
+    }
+    hasFailed = true;
+    for (long long successes = 0; hasFailed; ++successes)
+    {
+        {
+            const OneFailure failure(successes);
+            EXPECT_NO_THROW(RegisterRPC()) << successes;
+            EXPECT_NO_THROW(SendEventToEventCenter(18)) << successes;
+            EXPECT_NO_THROW(UnRegisterRPC()) << successes;
+            hasFailed = failure.HasFailed();
+        }
+        EXPECT_EQ(g_pClient, nullptr) << successes;
+        UnRegisterRPC();
+    }
 }

@@ -72,20 +72,9 @@ TEST_F(MailTest, CarriesTheRequestInAMessageWithinAMessage)
     EXPECT_EQ(sent.trackingId.size(), 36U);
     EXPECT_FALSE(sent.withCallback);
     EXPECT_EQ(sent.thread, GetCurrentThreadId());
-    const Bytes inner = Bytes()
-                            .Text(0xE001F, L"{\"pid\":32}\n")
-                            .U32(0xE001E)
-                            .U32(6)
-                            .U32(4)
-                            .U32(0)
-                            .Raw(SenderItems(5, 0x1802).text);
-    EXPECT_EQ(sent.message, Outer(0x10014, Message(0x10014, inner)));
-    EXPECT_EQ(inner.text.substr(8, 4), Bytes().U32(24).text);
-    std::string record = std::string(916, '\0') + Bytes().U32(0x2051).U32(1).text;
-    record.resize(968, '\0');
-    record += Bytes().U32(0).U32(0x10014).text;
-    record.resize(992, '\0');
-    EXPECT_EQ(sent.record, record);
+    EXPECT_EQ(sent.message, MailMessage(L"{\"pid\":32}\n", GetCurrentThreadId(), 5, 0x1802));
+    EXPECT_NE(sent.message.find(Bytes().U32(0xE001F).U32(2).U32(24).text), std::string::npos);
+    EXPECT_EQ(sent.record, CommandRecord(mailId, 1));
 }
 
 TEST_F(MailTest, EachMailHasATrackingIdOfItsOwn)
@@ -309,21 +298,6 @@ TEST_F(MailTest, AnEmptyWrapperSendsTheIndexAlone)
     EXPECT_EQ(answer, L"{}");
 }
 
-TEST_F(MailTest, TheReportersRequestsHaveTheirShapes)
-{
-    QxCommon::JsonDb request;
-    request[L"processId"].SetUInt(4000000000U);
-    helper->SendMail2ProductPlugin(0x4E0003, 0x10031, request, reply);
-    QxCommon::JsonDb ticket;
-    ticket[L"lastInputTicket"].SetUInt(7);
-    helper->SendMail2ProductPlugin(0x4E0003, 0x10060, ticket, reply);
-    const std::vector<SentCommand> sent = TheLink().Commands(mailId);
-    EXPECT_EQ(TextItem(sent[0].message, 0xE001F), L"{\"processId\":4000000000}\n");
-    EXPECT_THAT(sent[0].message, ::testing::EndsWith(SenderItems(0x4E0003, 0x10031).text));
-    EXPECT_EQ(TextItem(sent[1].message, 0xE001F), L"{\"lastInputTicket\":7}\n");
-    EXPECT_THAT(sent[1].message, ::testing::EndsWith(SenderItems(0x4E0003, 0x10060).text));
-}
-
 TEST_F(MailTest, TheNetworksEventsHaveTheirShape)
 {
     QxCommon::JsonDb request;
@@ -343,5 +317,45 @@ TEST_F(MailTest, AnExceptionInTheLibraryIsAStatus)
 
 TEST_F(MailTest, MailsLeaveNothingBehind)
 {
-    EXPECT_EQ(TestSupport::GrowthOf([this] { SendJson(L"{\"eventId\":18}"); }), "");
+    const auto send = [this] { SendJson(L"{\"eventId\":18}"); };
+    EXPECT_EQ(TestSupport::GrowthOf(send), "");
+    EXPECT_EQ(BlocksLeftBy(send), 0);
+}
+
+TEST_F(MailTest, AnExceptionLeavesNoMessageBehind)
+{
+    TheLink().Before(mailId, [] { throw std::bad_alloc(); });
+    EXPECT_EQ(SendJson(L"{}"), Status::OutOfMemory);
+    EXPECT_TRUE(TheLink().Only(mailId).buffer.expired());
+}
+
+TEST_F(MailTest, AMailGoesOutWholeOrNotAtAll)
+{
+    QxCommon::JsonDb request;
+    request.ParseFromString(L"{\"text\":\"" + std::wstring(1000, L'x') + L"\"}");
+    const std::string whole = MailMessage(request.ToFastString(), GetCurrentThreadId(), 5, 0x1802);
+    std::size_t refused = 0;
+    const auto send = [&](long long successes)
+    {
+        TheLink().ForgetCalls();
+        std::wstring answer;
+        const OneFailure failure(successes);
+        const AgentStatus status = helper->SendMail2ProductPlugin(5, 0x1802, request, answer);
+        const Plenty memory;
+        for (const SentCommand& sent : TheLink().Commands(mailId))
+        {
+            EXPECT_EQ(sent.message, whole) << successes;
+        }
+        if (TheLink().Commands(mailId).empty())
+        {
+            ++refused;
+            EXPECT_TRUE(Status::Failed(status)) << successes;
+        }
+    };
+    for (long long successes = 0; successes < 200; ++successes)
+    {
+        send(successes);
+    }
+    EXPECT_GT(refused, 5U);
+    EXPECT_LT(refused, 200U);
 }

@@ -1,5 +1,7 @@
 #include "MessageBytes.h"
 
+#include <windows.h>
+
 #include <cstring>
 #include <sstream>
 
@@ -53,6 +55,31 @@ std::string MailAnswer(std::uint32_t status, const std::string& json)
 std::string CommandMessage(const std::wstring& json)
 {
     return Message(0x10014, Bytes().Text(0xE001F, json));
+}
+
+std::string MailMessage(const std::wstring& json, std::uint32_t thread, std::uint32_t plugin,
+                        std::uint32_t mail)
+{
+    const Bytes inner = Bytes()
+                            .Text(0xE001F, json)
+                            .U32(0xE001E)
+                            .U32(6)
+                            .U32(4)
+                            .U32(0)
+                            .UInt(0xE000E, GetCurrentProcessId())
+                            .UInt(0xE0020, thread)
+                            .UInt(0xE0001, plugin)
+                            .UInt(0xE000F, mail);
+    return Message(0x10014, Bytes().UInt(0xE001D, 0x10014).Raw(Message(0x10014, inner)));
+}
+
+std::string CommandRecord(std::uint32_t id, std::uint32_t second)
+{
+    std::string record = std::string(916, '\0') + Bytes().U32(id).U32(second).text;
+    record.resize(968, '\0');
+    record += Bytes().U32(0).U32(0x10014).text;
+    record.resize(992, '\0');
+    return record;
 }
 
 std::wstring TextItem(const std::string& message, std::uint32_t id)

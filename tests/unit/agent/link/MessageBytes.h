@@ -30,6 +30,13 @@ struct Bytes
 // A command of the service, as it calls the program back with it.
 [[nodiscard]] std::string CommandMessage(const std::wstring& json);
 
+// A mail of the JSON form as this process sends it from one of its threads.
+[[nodiscard]] std::string MailMessage(const std::wstring& json, std::uint32_t thread, std::uint32_t plugin,
+                                      std::uint32_t mail);
+
+// All bytes of a command with a message, the pointer to it and the tracking id zeroed.
+[[nodiscard]] std::string CommandRecord(std::uint32_t id, std::uint32_t second);
+
 // The wide string of an item of a message.
 [[nodiscard]] std::wstring TextItem(const std::string& message, std::uint32_t id);
 

@@ -1,4 +1,5 @@
 // The helper goes while its thread is at work, and calls are under way while the connection goes.
+#include <atomic>
 #include <thread>
 
 #include "ImportPatch.h"
@@ -113,6 +114,56 @@ TEST_F(ReconnectRaceTest, TheHelperGoesWhileItsThreadRegisters)
     EXPECT_FALSE(g_bProcessRegistered);
     EXPECT_EQ(TheLink().LivingManagers(), 0U);
     EXPECT_FALSE(g_bProductInited);
+}
+
+// The end of the registration comes while the thread's command is in the library, and finds nothing to end.
+TEST_F(ReconnectRaceTest, AHelperTakesTheRegistrationThatItsThreadMadeWithIt)
+{
+    LoseServiceAndHold(registerId);
+    const ServiceProcess next;
+    TheLink().GiveProcess(next.Handle());
+    EXPECT_EQ(helper->UnregisterProcess(), Status::Success);
+    TheLink().LetGo();
+    ASSERT_TRUE(WaitUntil([] { return TheLink().Commands(mailId).size() == 2; }));
+    EXPECT_TRUE(g_bProcessRegistered);
+    helper.reset();
+    EXPECT_FALSE(g_bProcessRegistered);
+    helper = MakeHelper();
+    EXPECT_EQ(helper->RegisterProcess(TestClientName, &NoteCommand), Status::Success);
+}
+
+TEST_F(ReconnectRaceTest, AnUnknownClientWhoseHelperHasGoneIsNotRegisteredByTheNextOne)
+{
+    TheLink().AnswerTo(registerId, {{Status::Success, ResultMessage(0)}, {Status::UnknownClient, ""}});
+    LoseServiceAndHold(registerId);
+    helper->UnregisterProcess();
+    helper.reset();
+    helper = MakeHelper();
+    TheLink().LetGo();
+    ASSERT_TRUE(WaitUntil(&NobodyWatches));
+    EXPECT_THAT(TheLink().Commands(registerId), SizeIs(2));
+    EXPECT_TRUE(TheLink().Commands(registerId).back().buffer.expired());
+    EXPECT_EQ(TheLink().LivingManagers(), 1U);
+    EXPECT_FALSE(g_bProcessRegistered);
+}
+
+TEST_F(ReconnectRaceTest, NobodyWaitsForTheRoundTripsOfARenewal)
+{
+    LoseServiceAndHold(0);
+    std::atomic<bool> done = false;
+    std::thread sender(
+        [this, &done]
+        {
+            QxCommon::JsonDb reply;
+            CVzRpcClientHelper::SendMail2ProductPlugin(5, 0x1802, QxCommon::JsonDb(), reply);
+            helper->UnregisterProcess();
+            done = true;
+        });
+    EXPECT_TRUE(WaitUntil([&done] { return done.load(); }));
+    EXPECT_EQ(TheLink().Held(), 1U);
+    TheLink().LetGo();
+    sender.join();
+    ASSERT_TRUE(WaitUntil([] { return TheLink().Commands(registerId).size() == 2; }));
 }
 
 TEST_F(ReconnectRaceTest, ANewHelperInTheOldPlaceIsLeftAlone)

@@ -27,6 +27,24 @@ HANDLE WINAPI FakeNoThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE
     return nullptr;
 }
 
+HANDLE WINAPI FakeNoEvent(LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCWSTR)
+{
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+}
+
+LPTHREAD_START_ROUTINE g_threadRoutine = nullptr;
+LPVOID g_threadArgument = nullptr;
+
+// The test runs the thread's function itself.
+HANDLE WINAPI FakeThreadLater(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE routine, LPVOID argument,
+                              DWORD, LPDWORD)
+{
+    g_threadRoutine = routine;
+    g_threadArgument = argument;
+    return CreateEventW(nullptr, TRUE, FALSE, nullptr);
+}
+
 class ReconnectTest : public LinkTest
 {
 protected:
@@ -62,17 +80,8 @@ TEST_F(ReconnectTest, AsksTheServiceForItsProcess)
     ASSERT_TRUE(WaitUntil(&NobodyWatches));
     const SentCommand mail = TheLink().Only(0x2051);
     EXPECT_NE(mail.thread, GetCurrentThreadId());
-    const Bytes inner = Bytes()
-                            .Text(0xE001F, L"{\"pid\":" + std::to_wstring(GetCurrentProcessId()) + L"}\n")
-                            .U32(0xE001E)
-                            .U32(6)
-                            .U32(4)
-                            .U32(0)
-                            .UInt(0xE000E, GetCurrentProcessId())
-                            .UInt(0xE0020, mail.thread)
-                            .UInt(0xE0001, 0x4E000C)
-                            .UInt(0xE000F, 0x8C1E);
-    EXPECT_EQ(mail.message, Message(0x10014, Bytes().UInt(0xE001D, 0x10014).Raw(Message(0x10014, inner))));
+    EXPECT_EQ(mail.message, MailMessage(L"{\"pid\":" + std::to_wstring(GetCurrentProcessId()) + L"}\n",
+                                        mail.thread, 0x4E000C, 0x8C1E));
 }
 
 TEST_F(ReconnectTest, WithoutAHelperThereIsNothingToWatch)
@@ -90,8 +99,10 @@ TEST_F(ReconnectTest, WithoutARegistrationThereIsNothingToWatch)
 TEST_F(ReconnectTest, AServiceThatMayNotBeOpenedIsNotWatched)
 {
     TheLink().GiveProcess("18446744073709551615");
+    const TestSupport::ImportPatch patch(nullptr, "CreateThread", &FakeThreadLater);
     Register();
-    ASSERT_TRUE(WaitUntil(&NobodyWatches));
+    EXPECT_EQ(g_threadArgument, helper.get());
+    EXPECT_EQ(g_threadRoutine(g_threadArgument), 0xFFFFFFFF);
     EXPECT_EQ(Count(L"OuterClientHelper: [ERROR] No privilege to open process!"), 1U);
     EXPECT_THAT(TheLink().Commands(registerId), SizeIs(1));
 }
@@ -154,8 +165,52 @@ TEST_F(ReconnectTest, AServiceIsTriedEveryHalfSecondUntilItIsBack)
     EXPECT_LT(tries[3].tick - tries[2].tick, pause); // the repetition for an unknown client
     EXPECT_GE(tries[4].tick - tries[3].tick, pause);
     EXPECT_GE(tries[5].tick - tries[4].tick, pause);
+    EXPECT_LT(tries[5].tick - death, 10U * 500);
     EXPECT_EQ(Count(reconnect), 1U);
     EXPECT_TRUE(g_bProcessRegistered);
+}
+
+TEST_F(ReconnectTest, ARoundCallsTheLibraryInOrder)
+{
+    ServiceProcess service;
+    RegisterWith(service);
+    TheLink().GiveProcess("0");
+    TheLink().ForgetCalls();
+    service.Kill();
+    ASSERT_TRUE(Registrations(1));
+    ASSERT_TRUE(WaitUntil(&NobodyWatches));
+    EXPECT_THAT(TheLink().Calls(),
+                ElementsAre("execute 0", "destroy nothing", "destroy id " + std::string(ManagerTrackingId),
+                            "delete", "new null 1000", "execute 2052", "uuid 37", "execute 2051",
+                            "destroy data", "destroy data"));
+}
+
+TEST_F(ReconnectTest, ACommandAfterTheServicesReturnIsExecuted)
+{
+    ServiceProcess service;
+    RegisterWith(service);
+    TheLink().GiveProcess("0");
+    service.Kill();
+    ASSERT_TRUE(Registrations(2));
+    ASSERT_TRUE(WaitUntil(&NobodyWatches));
+    EXPECT_EQ(TheLink().Call(CommandMessage(L"{\"JD_COMMAND_ID\":3000}")).returned, Status::Success);
+    EXPECT_EQ(TheCommand().text, L"{\"JD_COMMAND_ID\":3000}\n");
+}
+
+TEST_F(ReconnectTest, ShortMemoryIsAFailedTry)
+{
+    ServiceProcess service;
+    RegisterWith(service);
+    TheLink().GiveProcess("0");
+    {
+        const NoMemoryElsewhere noProduct(sizeof(RpcClientProduct));
+        service.Kill();
+        ASSERT_TRUE(WaitUntil(
+            [this]
+            { return Count(L"OuterClientHelper: [ERROR] Reconnect is refused, reason=out of memory") > 0; }));
+    }
+    EXPECT_TRUE(Registrations(2));
+    EXPECT_TRUE(WaitUntil([] { return g_bProcessRegistered; }));
 }
 
 TEST_F(ReconnectTest, AnExceptionOnTheWayIsAFailedTry)
@@ -229,6 +284,43 @@ TEST_F(ReconnectTest, AThreadThatCannotStartIsTold)
     EXPECT_EQ(Count(L"OuterClientHelper: [ERROR] CreateThread failed, the service is not watched, err=8"),
               1U);
     EXPECT_EQ(helper->UnregisterProcess(), Status::Success);
+}
+
+TEST_F(ReconnectTest, AnEventThatCannotBeMadeIsTold)
+{
+    const ServiceProcess service;
+    TheLink().GiveProcess(service.Handle());
+    {
+        const TestSupport::ImportPatch patch(nullptr, "CreateEventW", &FakeNoEvent);
+        EXPECT_EQ(Register(), Status::Success);
+    }
+    EXPECT_EQ(Count(L"OuterClientHelper: [ERROR] CreateEventW failed, the service is not watched, err=8"),
+              1U);
+    EXPECT_TRUE(WaitUntil(&NobodyWatches));
+}
+
+TEST_F(ReconnectTest, EveryLineOfTheClassNamesOneSource)
+{
+    ServiceProcess service;
+    RegisterWith(service);
+    TheLink().GiveProcess("0");
+    service.Kill();
+    ASSERT_TRUE(Registrations(2));
+    static_cast<void>(TheLink().Call(CommandMessage(L"{}")));
+    helper->RegisterProcess(TestClientName, &NoteCommand);
+    TheLink().AnswerTo(0x2053, {{Status::UnknownClient, ""}});
+    helper->UnregisterProcess();
+    TheLink().AnswerTo(0x2051, {{Status::UnknownClient, ""}});
+    QxCommon::JsonDb reply;
+    helper->SendMail2ProductPlugin(5, 0x1802, QxCommon::JsonDb(), reply);
+    TheLink().Before(0x2051, [] { throw std::bad_alloc(); });
+    helper->SendMail2ProductPlugin(5, 0x1802, QxCommon::JsonDb(), reply);
+    helper.reset();
+    ASSERT_TRUE(WaitUntil(&NobodyWatches));
+    for (const TestSupport::LogMessage& message : log.Messages())
+    {
+        EXPECT_EQ(message.source, L"OuterClientHelper");
+    }
 }
 
 TEST_F(ReconnectTest, AHundredDeathsLeaveNothingBehind)

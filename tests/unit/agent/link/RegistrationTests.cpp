@@ -16,16 +16,6 @@ constexpr wchar_t unknown[] = L"OuterClientHelper: [WARN] not register yet. regi
 constexpr wchar_t noResult[] =
     L"OuterClientHelper: [ERROR] get parameter ID_DATA_PRODUCTADAPTER_COMM_MAILRESULT failed";
 
-// A record without data's pointer and tracking id, which a test compares by themselves.
-std::string Record(std::uint32_t id, std::uint32_t second)
-{
-    std::string record = std::string(916, '\0') + Bytes().U32(id).U32(second).text;
-    record.resize(968, '\0');
-    record += Bytes().U32(0).U32(0x10014).text;
-    record.resize(992, '\0');
-    return record;
-}
-
 class RegistrationTest : public LinkTest
 {
 protected:
@@ -39,7 +29,7 @@ TEST_F(RegistrationTest, TellsTheServiceNameAndProcess)
 {
     EXPECT_EQ(Register(), Status::Success);
     const SentCommand sent = TheLink().Only(registerId);
-    EXPECT_EQ(sent.record, Record(registerId, 0));
+    EXPECT_EQ(sent.record, CommandRecord(registerId, 0));
     EXPECT_EQ(sent.trackingId, ManagerTrackingId);
     EXPECT_TRUE(sent.withCallback);
     EXPECT_EQ(TheLink().Callback(), &CVzRpcClientHelper::RegisterProcessCallback);
@@ -167,7 +157,7 @@ TEST_F(RegistrationTest, TheEndOfItTellsTheServiceTheProcess)
     Register();
     EXPECT_EQ(helper->UnregisterProcess(), Status::Success);
     const SentCommand sent = TheLink().Only(unregisterId);
-    EXPECT_EQ(sent.record, Record(unregisterId, 1));
+    EXPECT_EQ(sent.record, CommandRecord(unregisterId, 1));
     EXPECT_EQ(sent.trackingId.size(), 36U);
     EXPECT_EQ(sent.trackingId[0], 'u');
     EXPECT_FALSE(sent.withCallback);
@@ -221,6 +211,70 @@ TEST_F(RegistrationTest, WithoutATrackingIdTheProcessStaysRegistered)
     EXPECT_EQ(g_fnCallback.load(), &NoteCommand);
     EXPECT_THAT(TheLink().Commands(unregisterId), IsEmpty());
     EXPECT_EQ(Register(), Status::AlreadyDone);
+}
+
+TEST_F(RegistrationTest, ShortMemoryEndsTheRegistrationAllTheSame)
+{
+    const auto end = [this](long long successes)
+    {
+        g_bProcessRegistered = true;
+        g_fnCallback = &NoteCommand;
+        const OneFailure failure(successes);
+        EXPECT_NO_THROW(helper->UnregisterProcess());
+        return failure.HasFailed();
+    };
+    for (long long successes = 0; end(successes); ++successes)
+    {
+        EXPECT_FALSE(g_bProcessRegistered) << successes;
+        EXPECT_EQ(g_fnCallback.load(), nullptr) << successes;
+    }
+    for (const SentCommand& sent : TheLink().Commands(unregisterId))
+    {
+        EXPECT_EQ(sent.message, Message(0x10014, Bytes().UInt(0xE000E, GetCurrentProcessId())));
+    }
+}
+
+TEST_F(RegistrationTest, AnExceptionInTheLibraryEndsTheRegistrationAllTheSame)
+{
+    g_bProcessRegistered = true;
+    g_fnCallback = &NoteCommand;
+    TheLink().Before(unregisterId, [] { throw std::bad_alloc(); });
+    EXPECT_EQ(helper->UnregisterProcess(), Status::OutOfMemory);
+    EXPECT_FALSE(g_bProcessRegistered);
+    EXPECT_EQ(g_fnCallback.load(), nullptr);
+}
+
+TEST_F(RegistrationTest, TheLibraryOwnsWhatItHasTaken)
+{
+    Register();
+    helper->UnregisterProcess();
+    ASSERT_TRUE(TestSupport::WaitUntil(&NobodyWatches));
+    EXPECT_FALSE(TheLink().Only(registerId).buffer.expired());
+    EXPECT_FALSE(TheLink().Only(unregisterId).buffer.expired());
+    helper.reset();
+    EXPECT_TRUE(TheLink().Only(registerId).buffer.expired());
+    EXPECT_TRUE(TheLink().Only(unregisterId).buffer.expired());
+}
+
+TEST_F(RegistrationTest, WhatTheLibraryHasNotTakenIsReleased)
+{
+    TheLink().AnswerTo(registerId, {{Status::UnknownClient, ""}});
+    TheLink().AnswerTo(unregisterId, {{Status::UnknownClient, ""}});
+    Register();
+    g_bProcessRegistered = true;
+    helper->UnregisterProcess();
+    EXPECT_TRUE(TheLink().Commands(registerId).back().buffer.expired());
+    EXPECT_TRUE(TheLink().Only(unregisterId).buffer.expired());
+    TheLink().Before(registerId, [] { TheLink().load = Status::OutOfMemory; });
+    Register();
+    EXPECT_EQ(g_pRpcManager, nullptr);
+    EXPECT_TRUE(TheLink().Commands(registerId).back().buffer.expired());
+}
+
+TEST_F(RegistrationTest, WithoutAManagerNothingIsLeftBehind)
+{
+    helper->UninitProduct();
+    EXPECT_EQ(BlocksLeftBy([this] { EXPECT_EQ(Register(), Status::Failure); }), 0);
 }
 
 TEST_F(RegistrationTest, RoundsOfItLeaveNothingBehind)

@@ -22,7 +22,8 @@ protected:
         TheLink().GiveProcess("18446744073709551615");
     }
 
-    static CallOutcome CallBytes(const std::string& message)
+    // With an allocation that fails after so many that succeed.
+    static CallOutcome CallBytes(const std::string& message, long long successes = -1)
     {
         CRpcCommandResult in{};
         CRpcCommandResult out{};
@@ -35,9 +36,13 @@ protected:
             in.data = data.Handle();
         }
         CallOutcome outcome;
-        outcome.returned = CVzRpcClientHelper::RegisterProcessCallback("id", in, out);
+        {
+            const OneFailure failure(successes);
+            outcome.returned = CVzRpcClientHelper::RegisterProcessCallback("id", in, out);
+        }
         outcome.status = out.iStatus;
         outcome.messageId = out.uMessageId;
+        outcome.data = {out.data.uReserved, out.data.uMessageId, nullptr};
         if (out.data.pMessage != nullptr)
         {
             const auto bytes = (*out.data.pMessage)->Bytes();
@@ -84,6 +89,8 @@ TEST_F(ServiceCommandTest, RunsTheCommandAndSendsItBack)
     EXPECT_EQ(outcome.returned, Status::NotFound);
     EXPECT_EQ(outcome.status, Status::NotFound);
     EXPECT_EQ(outcome.messageId, 0x10014U);
+    EXPECT_EQ(outcome.data.uReserved, 0U);
+    EXPECT_EQ(outcome.data.uMessageId, 0x10014U);
     EXPECT_EQ(outcome.message,
               Message(0x10014, Bytes().Text(0xE001F, L"{\"JD_COMMAND_ID\":3000,\"retCode\":-520159218}\n")));
     EXPECT_THAT(Statements(), ElementsAre(received + L"{\"JD_COMMAND_ID\":3000}"));
@@ -194,9 +201,13 @@ TEST_F(ServiceCommandTest, HostileTextsComeBackWithAStatus)
           std::wstring(L"{\"JD_COMMAND_ID\":\"99999999999999999999\"}"), std::wstring(L"[1,2]"),
           std::wstring(L"\"text\""), std::wstring(L"1e999"), std::wstring(L"{\"a\":\"\\u0000\"}")})
     {
-        TheCommand().calls = 0;
-        Call(text);
+        TheCommand() = {0, L"", 7};
+        const CallOutcome outcome = Call(text);
         EXPECT_EQ(TheCommand().calls, 1);
+        EXPECT_EQ(outcome.returned, 7);
+        EXPECT_EQ(outcome.status, 7);
+        EXPECT_EQ(outcome.messageId, 0x10014U);
+        EXPECT_NE(TextItem(outcome.message, 0xE001F), L"(no such item)");
     }
 }
 
@@ -253,13 +264,13 @@ TEST_F(ServiceCommandTest, TheEndOfTheRegistrationDoesNotWaitForIt)
 
 TEST_F(ServiceCommandTest, CommandsLeaveNothingBehind)
 {
-    EXPECT_EQ(TestSupport::GrowthOf(
-                  []
-                  {
-                      g_fnCallback = &NoteCommand;
-                      Call(L"{\"JD_COMMAND_ID\":3000}");
-                      g_fnCallback = &ThrowPointer;
-                      Call(L"{\"JD_COMMAND_ID\":3000}");
-                  }),
-              "");
+    const auto call = []
+    {
+        g_fnCallback = &NoteCommand;
+        Call(L"{\"JD_COMMAND_ID\":3000}");
+        g_fnCallback = &ThrowPointer;
+        Call(L"{\"JD_COMMAND_ID\":3000}");
+    };
+    EXPECT_EQ(TestSupport::GrowthOf(call), "");
+    EXPECT_EQ(BlocksLeftBy(call), 0);
 }
