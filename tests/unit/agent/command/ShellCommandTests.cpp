@@ -228,22 +228,6 @@ TEST_F(ShellCommandTest, WaitsForTheUserWhenTheShellFails)
                                            L"][wstrParam=][wstrVerb=open][GetLastError()="));
 }
 
-// What the shell makes of a verb that it does not know is its own affair; the agent has to live through it.
-TEST_F(ShellCommandTest, LivesThroughAnActionOfAnyLength)
-{
-    const std::wstring program = TestSupport::TestProgram(L"LaunchRecorder", L"LaunchRecorder.exe");
-    for (const std::size_t length : {300U, 5000U})
-    {
-        const std::wstring action(length, L'v');
-        for (const std::wstring& existing : {file, folder.Path(), program})
-        {
-            const std::wstring reply =
-                ReplyWithTheUser(Command(existing, L",\"action\":\"" + action + L"\"")).reply;
-            EXPECT_TRUE(reply.starts_with(L"{\"JD_COMMAND_ID\":1101,\"action\":\"" + action + L'"'));
-        }
-    }
-}
-
 TEST_F(FakeShellCommandTest, PassesAnActionOfAnyLengthOn)
 {
     for (const std::size_t length : {300U, 5000U})
