@@ -125,6 +125,12 @@ std::uint32_t MessagePipe::Transfer(bool write, void* bytes, DWORD size, DWORD l
 
 std::uint32_t MessagePipe::BeginRead()
 {
+    // Once the read has begun, another thread may be the reader and close the pipe.
+    const std::shared_lock inUse(m_useLock);
+    if (!m_pipe)
+    {
+        return ERROR_OPERATION_ABORTED;
+    }
     if (!ReadFile(m_pipe.Get(), m_first.get(), m_firstSize, nullptr, ReaderOverlapped()))
     {
         const std::uint32_t error = GetLastError();
@@ -253,8 +259,15 @@ VzCommon::KernelHandle MessagePipe::TakeEvent()
 
 void MessagePipe::GiveEvent(VzCommon::KernelHandle event)
 {
-    const std::lock_guard hold(m_spareLock);
-    m_events.push_back(std::move(event));
+    try
+    {
+        const std::lock_guard hold(m_spareLock);
+        m_events.push_back(std::move(event));
+    }
+    catch (const std::bad_alloc&)
+    {
+        return; // one less to use again
+    }
 }
 
 } // namespace SvcLink

@@ -75,7 +75,7 @@ private:
     void GiveEvent(VzCommon::KernelHandle event);
 
     VzCommon::FileHandle m_pipe;
-    SlimLock m_useLock; // shared by those who write, exclusive to close
+    SlimLock m_useLock; // shared by those who use the pipe, exclusive to close
     std::atomic<bool> m_cancelled = false;
 
     SlimLock m_spareLock;
