@@ -253,23 +253,30 @@ void ClientConnection::TakeCallback(Frame frame)
 {
     const std::uint64_t id = frame.header.id;
     auto shared = std::make_shared<Frame>(std::move(frame));
-    if (!m_workers->Submit([self = shared_from_this(), shared] { return self->RunCallback(*shared); }))
+    if (!m_workers->Submit([self = shared_from_this(), shared] { self->RunCallback(*shared); }))
     {
         Reply(id, Status::FromSystemError(ERROR_BUSY), {});
     }
 }
 
-WorkerPool::Rest ClientConnection::RunCallback(const Frame& frame)
+void ClientConnection::RunCallback(const Frame& frame)
 {
     const std::uint64_t id = frame.header.id;
-    const CallbackTable::Callback callback = m_callbacks->Find(frame.header.TrackingId());
-    if (callback == nullptr)
+    try
     {
-        return [self = shared_from_this(), id]
-        { self->Reply(id, Status::FromSystemError(ERROR_NOT_FOUND), {}); };
+        const CallbackTable::Callback callback = m_callbacks->Find(frame.header.TrackingId());
+        if (callback == nullptr)
+        {
+            Reply(id, Status::FromSystemError(ERROR_NOT_FOUND), {});
+            return;
+        }
+        const CallbackRun run(callback, frame);
+        Reply(id, run.Result(), run.Message());
     }
-    const auto run = std::make_shared<CallbackRun>(callback, frame);
-    return [self = shared_from_this(), id, run] { self->Reply(id, run->Result(), run->Message()); };
+    catch (const std::bad_alloc&)
+    {
+        Reply(id, Status::OutOfMemory, {});
+    }
 }
 
 void ClientConnection::Reply(std::uint64_t id, AgentStatus status, std::span<const std::uint8_t> message)

@@ -65,7 +65,7 @@ private:
     void TakeAnswer(Frame frame);
     void TakeCallback(Frame frame);
 
-    [[nodiscard]] WorkerPool::Rest RunCallback(const Frame& frame);
+    void RunCallback(const Frame& frame);
     void Reply(std::uint64_t id, AgentStatus status, std::span<const std::uint8_t> message);
 
     // No call waits from here on. The first error stays.

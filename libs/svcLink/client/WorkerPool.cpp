@@ -50,7 +50,7 @@ bool WorkerPool::Submit(Job job)
 
 void WorkerPool::Stop()
 {
-    std::deque<Job> dropped;
+    std::list<Job> dropped;
     const std::lock_guard hold(m_lock);
     m_stopped = true;
     dropped.swap(m_jobs);
@@ -59,25 +59,17 @@ void WorkerPool::Stop()
 
 void WorkerPool::Run()
 {
-    BecomeIdle();
     for (Job job; TakeJob(job); job = nullptr)
     {
-        const Rest rest = job();
-        BecomeIdle();
-        rest();
+        job();
     }
-}
-
-void WorkerPool::BecomeIdle()
-{
-    const std::lock_guard hold(m_lock);
-    ++m_idle;
 }
 
 // False if the thread is to end; it is not counted any more then.
 bool WorkerPool::TakeJob(Job& job)
 {
     std::unique_lock hold(m_lock);
+    ++m_idle;
     const bool woken = m_work.WaitUntil(hold, Condition::Clock::now() + idleTime,
                                         [this] { return m_stopped || !m_jobs.empty(); });
     --m_idle;

@@ -3,8 +3,8 @@
 #include "SlimLock.h"
 
 #include <cstdint>
-#include <deque>
 #include <functional>
+#include <list>
 #include <memory>
 
 namespace SvcLink
@@ -15,10 +15,8 @@ namespace SvcLink
 class WorkerPool : public std::enable_shared_from_this<WorkerPool>
 {
 public:
-    // A job gives its rest, which is short: while that runs the thread counts as free already, so that the
-    // next job finds it and needs no thread of its own. Neither may throw.
-    using Rest = std::function<void()>;
-    using Job = std::function<Rest()>;
+    // May not throw.
+    using Job = std::function<void()>;
 
     // False if the job will not run: too many wait, or no thread could be had.
     [[nodiscard]] bool Submit(Job job);
@@ -28,12 +26,11 @@ public:
 
 private:
     void Run();
-    void BecomeIdle();
     [[nodiscard]] bool TakeJob(Job& job);
 
     SlimLock m_lock;
     Condition m_work;
-    std::deque<Job> m_jobs; // Guarded by m_lock, as all below.
+    std::list<Job> m_jobs; // Guarded by m_lock, as all below.
     std::uint32_t m_threads = 0;
     std::uint32_t m_idle = 0;
     bool m_stopped = false;

@@ -22,7 +22,7 @@ DWORD WINAPI Run(void* parameter)
 
 } // namespace
 
-bool StartDetachedThread(std::function<void()> body)
+bool RunDetached(std::function<void()> body)
 {
     auto owned = std::make_unique<Body>(std::move(body));
     const VzCommon::KernelHandle thread(CreateThread(nullptr, 0, &Run, owned.get(), 0, nullptr));
