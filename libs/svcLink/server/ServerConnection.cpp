@@ -3,8 +3,8 @@
 #include "ServerLimits.h"
 #include "VzComn_AgentStatus.h"
 
-#include <algorithm>
 #include <mutex>
+#include <new>
 
 namespace SvcLink
 {
@@ -61,11 +61,9 @@ bool ServerConnection::MarkGone()
     return m_calls == 0;
 }
 
-std::uint32_t ServerConnection::Send(const FrameHeader& header, std::span<const std::uint8_t> message,
-                                     std::chrono::milliseconds limit)
+std::uint32_t ServerConnection::Send(const FrameHeader& header, std::span<const std::uint8_t> message)
 {
-    const auto bounded = std::clamp(limit, ShortestWriteLimit, WriteLimit);
-    const std::uint32_t error = pipe.Write(header, message, static_cast<DWORD>(bounded.count()));
+    const std::uint32_t error = pipe.Write(header, message, static_cast<DWORD>(WriteLimit.count()));
     if (error != ERROR_SUCCESS)
     {
         pipe.Cancel();
@@ -85,12 +83,17 @@ Answer ServerConnection::CallBack(const std::string& trackingId, std::span<const
     FrameHeader header;
     header.kind = FrameKind::CallBack;
     header.SetTrackingId(trackingId);
+    try
     {
         const std::lock_guard hold(m_lock);
         header.id = m_nextCallback++;
         m_waiting.emplace(header.id, &waiting);
     }
-    const bool sent = Send(header, message, limit) == ERROR_SUCCESS;
+    catch (const std::bad_alloc&)
+    {
+        return {Status::OutOfMemory, {}};
+    }
+    const bool sent = Send(header, message) == ERROR_SUCCESS;
 
     std::unique_lock hold(m_lock);
     const bool inTime = sent && waiting.wake.WaitUntil(hold, end, [&] { return waiting.answered || m_gone; });

@@ -43,9 +43,8 @@ public:
     // call is under way.
     [[nodiscard]] bool MarkGone();
 
-    // Sends a frame. A client that does not take it is cut off.
-    [[nodiscard]] std::uint32_t Send(const FrameHeader& header, std::span<const std::uint8_t> message,
-                                     std::chrono::milliseconds limit);
+    // Sends a frame. A client that does not take it within WriteLimit is cut off.
+    [[nodiscard]] std::uint32_t Send(const FrameHeader& header, std::span<const std::uint8_t> message);
 
     [[nodiscard]] Answer CallBack(const std::string& trackingId, std::span<const std::uint8_t> message,
                                   std::chrono::milliseconds limit);

@@ -1,7 +1,6 @@
 #include "ServerCore.h"
 
 #include "DetachedThread.h"
-#include "EndpointPipe.h"
 #include "Names.h"
 #include "ServerLimits.h"
 #include "VzComn_AgentStatus.h"
@@ -22,6 +21,21 @@ bool IsIntroduction(const Frame& frame)
     return frame.header.kind == FrameKind::Introduction && frame.message.empty() &&
            frame.header.TrackingId().size() == TrackingIdSize &&
            (acquaintance == Acquaintance::New || acquaintance == Acquaintance::Known);
+}
+
+// False if there was no memory for what the handler does. That ends in its connection, not in the service.
+template <typename Operation>
+bool Tell(const Operation& operation)
+{
+    try
+    {
+        operation();
+        return true;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return false;
+    }
 }
 
 } // namespace
@@ -53,12 +67,12 @@ void ServerCore::Stop()
     }
     if (m_threads == 0)
     {
-        m_listening = nullptr;
+        DropListening();
         return;
     }
     m_changed.Wait(hold, [this] { return m_clients.empty() && !m_listening; });
     m_turns.Quit();
-    PostQueuedCompletionStatus(m_port.Get(), 0, 0, nullptr); // for the one at the port
+    PostQueuedCompletionStatus(m_port.Get(), 0, QuitKey, nullptr); // for the one at the port
     m_changed.Wait(hold, [this] { return m_threads == 0; });
 }
 
@@ -97,32 +111,36 @@ void ServerCore::RunThread()
 // Waits at the port, leaves it and does what came. False if the thread is to end.
 bool ServerCore::ServeNext()
 {
-    DWORD bytes = 0;
-    ULONG_PTR key = 0;
-    OVERLAPPED* overlapped = nullptr;
-    BOOL done = FALSE;
-    while (!(done = GetQueuedCompletionStatus(m_port.Get(), &bytes, &key, &overlapped, PatienceMs())) &&
-           overlapped == nullptr)
-    {
-        ListenAgain();
-    }
-    const std::uint32_t error = done ? ERROR_SUCCESS : GetLastError();
-    const bool quit = key == 0;
+    Report report;
+    Await(report);
+    const bool quit = report.key == QuitKey;
     if (!m_turns.Leave() && !quit)
     {
         AddThread();
     }
     if (!quit)
     {
-        Dispatch(*reinterpret_cast<ServerConnection*>(key), bytes, error);
+        // An instance that could not be had is due also while there is always something to do.
+        ListenAgain();
+        Dispatch(*reinterpret_cast<ServerConnection*>(report.key), report.bytes, report.error);
     }
     return !quit;
 }
 
-std::uint32_t ServerCore::PatienceMs()
+void ServerCore::Await(Report& report)
 {
-    const std::lock_guard hold(m_lock);
-    return m_listening ? INFINITE : ListenRetryMs;
+    for (;;)
+    {
+        OVERLAPPED* overlapped = nullptr;
+        const BOOL done =
+            GetQueuedCompletionStatus(m_port.Get(), &report.bytes, &report.key, &overlapped, PatienceMs());
+        report.error = done ? ERROR_SUCCESS : GetLastError();
+        if (done ? report.key != LookKey : overlapped != nullptr)
+        {
+            return;
+        }
+        ListenAgain();
+    }
 }
 
 void ServerCore::Dispatch(ServerConnection& connection, DWORD bytes, std::uint32_t error)
@@ -135,91 +153,6 @@ void ServerCore::Dispatch(ServerConnection& connection, DWORD bytes, std::uint32
     else
     {
         OnFrame(held, bytes, error);
-    }
-}
-
-std::uint32_t ServerCore::Listen(bool first)
-{
-    std::uint32_t error = ERROR_SUCCESS;
-    VzCommon::FileHandle pipe = MakeEndpointPipe(m_name, first, error);
-    if (!pipe)
-    {
-        return error;
-    }
-    auto connection = std::make_shared<ServerConnection>(std::move(pipe));
-    if (CreateIoCompletionPort(connection->pipe.Get(), m_port.Get(),
-                               reinterpret_cast<ULONG_PTR>(connection.get()), 0) == nullptr)
-    {
-        return GetLastError();
-    }
-    const std::lock_guard hold(m_lock);
-    if (m_stopping)
-    {
-        return ERROR_OPERATION_ABORTED;
-    }
-    connection->self = connection;
-    m_listening = connection;
-    if (ConnectNamedPipe(connection->pipe.Get(), connection->pipe.ReaderOverlapped()))
-    {
-        return ERROR_SUCCESS;
-    }
-    error = GetLastError();
-    if (error == ERROR_PIPE_CONNECTED)
-    {
-        // A client was faster; nothing will be reported for it.
-        error = PostQueuedCompletionStatus(m_port.Get(), 0, reinterpret_cast<ULONG_PTR>(connection.get()),
-                                           nullptr)
-                    ? ERROR_SUCCESS
-                    : GetLastError();
-    }
-    if (error != ERROR_SUCCESS && error != ERROR_IO_PENDING)
-    {
-        m_listening = nullptr;
-        connection->self = nullptr;
-        return error;
-    }
-    return ERROR_SUCCESS;
-}
-
-void ServerCore::ListenAgain()
-{
-    {
-        const std::lock_guard hold(m_lock);
-        if (m_stopping || m_listening)
-        {
-            return;
-        }
-    }
-    // A failure is tried again by the next thread that finds nothing to do.
-    static_cast<void>(Listen(false));
-}
-
-void ServerCore::OnClient(const Connection& connection, std::uint32_t error)
-{
-    bool accepted = false;
-    {
-        const std::lock_guard hold(m_lock);
-        if (m_listening == connection)
-        {
-            m_listening = nullptr;
-        }
-        accepted = error == ERROR_SUCCESS && !m_stopping && m_clients.size() < MaxClients &&
-                   connection->Identify(m_nextClient++);
-        if (accepted)
-        {
-            connection->stage = ServerConnection::Stage::Introducing;
-            m_clients.emplace(connection->client.id, connection);
-        }
-        m_changed.WakeAll();
-    }
-    ListenAgain();
-    if (accepted)
-    {
-        ReadOn(connection);
-    }
-    else
-    {
-        connection->pipe.Close();
     }
 }
 
@@ -261,11 +194,12 @@ void ServerCore::OnIntroduction(const Connection& connection, const Frame& frame
     const bool isNew = frame.header.second == Acquaintance::New;
     welcome.status = isNew ? Status::Success : Status::UnknownClient;
     connection->stage = isNew ? ServerConnection::Stage::Serving : ServerConnection::Stage::Refused;
-    if (isNew)
+    static_cast<void>(connection->Send(welcome, {}));
+    if (isNew && !Tell([&] { m_handler.OnConnected(connection->client); }))
     {
-        m_handler.OnConnected(connection->client);
+        End(connection);
+        return;
     }
-    static_cast<void>(connection->Send(welcome, {}, WriteLimit));
     ReadOn(connection);
 }
 
@@ -277,7 +211,7 @@ void ServerCore::OnCall(const Connection& connection, Frame frame)
         answer.kind = FrameKind::Answer;
         answer.id = frame.header.id;
         answer.status = Status::FromSystemError(ERROR_BUSY);
-        static_cast<void>(connection->Send(answer, {}, WriteLimit));
+        static_cast<void>(connection->Send(answer, {}));
         ReadOn(connection);
         return;
     }
@@ -324,7 +258,7 @@ void ServerCore::RunCall(const Connection& connection, Frame frame)
         header.status = Status::FromSystemError(ERROR_INSUFFICIENT_BUFFER);
         answer.message.clear();
     }
-    static_cast<void>(connection->Send(header, answer.message, WriteLimit));
+    static_cast<void>(connection->Send(header, answer.message));
 }
 
 void ServerCore::End(const Connection& connection)
@@ -341,7 +275,7 @@ void ServerCore::Forget(const Connection& connection)
     const ServerConnection::Stage stage = connection->stage;
     if (stage == ServerConnection::Stage::Serving)
     {
-        m_handler.OnDisconnected(connection->client);
+        static_cast<void>(Tell([&] { m_handler.OnDisconnected(connection->client); }));
     }
     const std::lock_guard hold(m_lock);
     m_clients.erase(connection->client.id);

@@ -5,7 +5,6 @@
 #include "SlimLock.h"
 #include "VzComn_Handle.h"
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -33,15 +32,32 @@ public:
 private:
     using Connection = std::shared_ptr<ServerConnection>;
 
+    // What the port gave.
+    struct Report
+    {
+        ULONG_PTR key = 0; // a connection's address, or QuitKey
+        DWORD bytes = 0;
+        std::uint32_t error = 0;
+    };
+
+    static constexpr ULONG_PTR QuitKey = 0;
+    static constexpr ULONG_PTR LookKey = 1; // whoever is at the port is to look whether a client can come
+
     bool AddThread();
     void RunThread();
     bool ServeNext();
-    std::uint32_t PatienceMs();
+    void Await(Report& report);
     void Dispatch(ServerConnection& connection, DWORD bytes, std::uint32_t error);
 
-    // Make an instance of the pipe wait for a client.
+    // Make an instance of the pipe wait for a client. One that could not be had is tried again: by the one at
+    // the port when it is due, or before that by whoever leaves the port.
     [[nodiscard]] std::uint32_t Listen(bool first);
+    [[nodiscard]] std::uint32_t MakeInstance(bool first, Connection& connection);
+    [[nodiscard]] std::uint32_t AwaitClient(const Connection& connection);
     void ListenAgain();
+    [[nodiscard]] DWORD PatienceMs();
+    [[nodiscard]] bool Admit(const Connection& connection);
+    void DropListening();
 
     // The reader's turn. Each ends with the next read begun or the connection ended.
     void OnClient(const Connection& connection, std::uint32_t error);
@@ -64,6 +80,8 @@ private:
     bool m_stopping = false;                       // Guarded by m_lock, as all below.
     std::map<std::uint64_t, Connection> m_clients; // with those that are gone but have calls under way
     Connection m_listening;
+    bool m_isPreparing = false;              // a thread makes what is to be m_listening
+    Condition::Clock::time_point m_listenAt; // not before that
     std::uint64_t m_nextClient = 1;
     std::uint32_t m_threads = 0;
 };

@@ -14,16 +14,19 @@ inline constexpr std::uint64_t MaxCallBytesOfClient = 256ULL * 1024 * 1024;
 // Clients at once. One more is cut off.
 inline constexpr std::size_t MaxClients = 1024;
 
-// A client that does not take a frame within this time is cut off.
+// A client that does not take a frame within this time is cut off, never before.
 inline constexpr std::chrono::milliseconds WriteLimit{10000};
-
-// Even if a callback has less time than that: a client is not cut off for a short limit.
-inline constexpr std::chrono::milliseconds ShortestWriteLimit{1000};
 
 // A thread without work ends after this time, unless it is the last one at the port.
 inline constexpr std::uint32_t ThreadIdleMs = 10000;
 
 // How long until it is tried again to make an instance of the pipe, when the system had no means for one.
 inline constexpr std::uint32_t ListenRetryMs = 500;
+
+// How long the port is waited at while there is an instance; then it is made sure that there still is one.
+inline constexpr std::uint32_t ListenCheckMs = 30000;
+
+// Clients in a row that may come and go before an instance waits for them, until other work has its turn.
+inline constexpr std::uint32_t MaxHastyClients = 16;
 
 } // namespace SvcLink

@@ -44,6 +44,8 @@ class Handler
 public:
     virtual ~Handler() = default;
 
+    // The client has been welcomed; its first call comes after this has returned, and so does any reply to a
+    // callback.
     virtual void OnConnected(const Client& client) = 0;
 
     // May take as long as it likes: other calls, of this client too, go on meanwhile.
@@ -73,7 +75,9 @@ public:
 
     // Calls a client back and waits for its reply, at most as long as told. status is 0xE0FE04CF (network
     // unreachable) for a client that is gone, before or meanwhile, 0xE0FE05B4 (timed out) when the time is
-    // over, 0xE0FE007A (too large) for a message beyond the limit.
+    // over, 0xE0FE007A (too large) for a message beyond the limit. A client that has not read what it got
+    // before may hold this up for longer than told, up to 10 seconds: only then it counts as hung and is cut
+    // off.
     [[nodiscard]] Answer CallBack(std::uint64_t clientId, const std::string& trackingId,
                                   std::span<const std::uint8_t> message, std::chrono::milliseconds limit);
 

@@ -185,7 +185,7 @@ TEST_F(LinkTest, TheServiceKnowsWhoCalls)
     ProcessIdToSessionId(GetCurrentProcessId(), &session);
     {
         const Manager manager = Connect();
-        ASSERT_EQ(handler.Connected().size(), 1U);
+        ASSERT_TRUE(WaitUntil([&] { return handler.Connected().size() == 1; }));
         EXPECT_EQ(handler.Connected()[0].processId, GetCurrentProcessId());
         EXPECT_EQ(handler.Connected()[0].sessionId, session);
     }

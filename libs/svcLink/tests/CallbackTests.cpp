@@ -87,6 +87,7 @@ protected:
 
     SvcLink::Answer CallBack(const Bytes& message, std::chrono::milliseconds limit = seconds(60))
     {
+        EXPECT_TRUE(WaitUntil([&] { return !handler.Connected().empty(); }));
         return server.CallBack(handler.Connected().at(0).id, id, message, limit);
     }
 

@@ -7,6 +7,10 @@
 
 void ScriptedHandler::OnConnected(const SvcLink::Client& client)
 {
+    if (onConnected)
+    {
+        onConnected(client);
+    }
     const std::lock_guard hold(m_lock);
     m_connected.push_back(client);
 }

@@ -29,6 +29,9 @@ public:
     [[nodiscard]] std::vector<SvcLink::Client> Connected();
     [[nodiscard]] std::vector<SvcLink::Client> Disconnected();
 
+    // Nothing but the entry below unless it is set before the server starts.
+    std::function<void(const SvcLink::Client&)> onConnected;
+
     // Echoes unless it is replaced before the server starts.
     std::function<SvcLink::Answer(const SvcLink::Client&, const SvcLink::Call&)> onCall;
 

@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <psapi.h>
 #include <winternl.h>
 
 #include <stdexcept>
@@ -55,6 +56,14 @@ unsigned long Process::ExitCode() const
     DWORD code = 0;
     GetExitCodeProcess(m_process.Get(), &code);
     return code;
+}
+
+std::size_t PrivateBytes()
+{
+    PROCESS_MEMORY_COUNTERS counters{};
+    counters.cb = sizeof counters;
+    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return counters.PagefileUsage;
 }
 
 std::wstring Beside(const std::wstring& file)

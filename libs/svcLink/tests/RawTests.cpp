@@ -3,12 +3,11 @@
 
 #include "MessagePipe.h"
 #include "Names.h"
+#include "Processes.h"
 #include "VzComn_Handle.h"
 #include "WaitUntil.h"
 
 #include <windows.h>
-
-#include <psapi.h>
 
 #include <cstring>
 
@@ -84,14 +83,6 @@ public:
 private:
     VzCommon::FileHandle m_pipe;
 };
-
-std::size_t PrivateBytes()
-{
-    PROCESS_MEMORY_COUNTERS counters{};
-    counters.cb = sizeof counters;
-    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-    return counters.PagefileUsage;
-}
 
 class RawTest : public LinkTest
 {
@@ -219,6 +210,7 @@ TEST_F(RawTest, AClientThatWasKnownIsRefusedAndHasToGo)
     EXPECT_EQ(welcome.status, static_cast<std::int32_t>(0xE0010803));
     EXPECT_TRUE(pipe.Write(BytesOfFrame(Introduction())));
     EXPECT_FALSE(pipe.Read(welcome));
+    EXPECT_EQ(Execute(*bystander, 0x2051, {}).status, success);
     EXPECT_EQ(handler.Connected().size(), 1U);
 }
 
@@ -233,6 +225,7 @@ TEST_F(RawTest, TheCallersProcessDoesNotComeFromItsFrames)
     FrameHeader welcome;
     EXPECT_TRUE(pipe.Write(BytesOfFrame(lie)));
     EXPECT_TRUE(pipe.Read(welcome));
+    EXPECT_TRUE(WaitUntil([&] { return handler.Connected().size() == 2; }));
     EXPECT_EQ(handler.Connected().back().processId, GetCurrentProcessId());
 }
 
