@@ -13,6 +13,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <optional>
 #include <thread>
 
@@ -51,6 +52,18 @@ Manager ConnectToHost()
 int CallsUnderWay(CRpcClientManager& manager)
 {
     return Execute(manager, HostCommand::Count, {}).status - success - 1;
+}
+
+// Threads of the pools go when they have had no work for ten seconds.
+void ExpectNoGrowth(const std::function<void()>& round)
+{
+    for (int i = 0; i < 10; ++i)
+    {
+        round();
+    }
+    const std::size_t before = PrivateBytes();
+    EXPECT_EQ(TestSupport::GrowthOf(round, 100, std::chrono::seconds(25)), "");
+    EXPECT_LT(PrivateBytes(), before + (1U << 20));
 }
 
 class DeathTest : public testing::Test
@@ -153,16 +166,78 @@ TEST_F(DeathTest, TheHostSeesTheProcessOfEachClient)
 
 TEST_F(DeathTest, AHundredDeathsOfTheHostLeaveNothingBehind)
 {
-    EXPECT_EQ(TestSupport::GrowthOf(
-                  [&]
-                  {
-                      const Manager manager = ConnectToHost();
-                      EXPECT_EQ(Execute(*manager, 0x2052, {}, &Wait, "me").status, success);
-                      host.emplace(Beside(L"LinkHost.exe"));
-                      EXPECT_LT(Execute(*manager, 0x2051, {}).status, 0);
-                  },
-                  100),
-              "");
+    ExpectNoGrowth(
+        [&]
+        {
+            const Manager manager = ConnectToHost();
+            EXPECT_EQ(Execute(*manager, 0x2052, {}, &Wait, "me").status, success);
+            host.emplace(Beside(L"LinkHost.exe"));
+            EXPECT_LT(Execute(*manager, 0x2051, {}).status, 0);
+        });
+}
+
+TEST_F(DeathTest, AHundredHostsKilledDuringCallsLeaveNothingBehind)
+{
+    ExpectNoGrowth(
+        [&]
+        {
+            const Manager manager = ConnectToHost();
+            std::vector<std::jthread> callers;
+            for (int i = 0; i < 2; ++i)
+            {
+                callers.emplace_back([&] { EXPECT_LT(Execute(*manager, HostCommand::Hang, {}).status, 0); });
+            }
+            EXPECT_TRUE(WaitUntil([&] { return CallsUnderWay(*manager) == 2; }));
+            host->Kill();
+            callers.clear();
+            host.emplace(Beside(L"LinkHost.exe"));
+        });
+}
+
+TEST_F(DeathTest, AHundredHostsKilledDuringACallbackLeaveNothingBehind)
+{
+    ExpectNoGrowth(
+        [&]
+        {
+            g_release = false;
+            Manager manager = ConnectToHost();
+            std::jthread caller(
+                [&] { EXPECT_LT(Execute(*manager, HostCommand::CallBack, {}, &Wait, "me").status, 0); });
+            EXPECT_TRUE(WaitUntil([] { return g_inside == 1; }));
+            host->Kill();
+            caller.join();
+            manager.reset();
+            g_release = true;
+            EXPECT_TRUE(WaitUntil([] { return g_inside == 0; }));
+            host.emplace(Beside(L"LinkHost.exe"));
+        });
+}
+
+// This process is the host: the one that stays.
+TEST(ClientDeathTest, AHundredClientsKilledDuringACallbackLeaveNothingBehind)
+{
+    std::atomic<int> inside = 0;
+    ScriptedHandler handler;
+    SvcLink::Server server(handler);
+    handler.onCall = [&](const SvcLink::Client& client, const SvcLink::Call& call)
+    {
+        ++inside;
+        SvcLink::Answer answer = server.CallBack(client.id, call.trackingId, {}, std::chrono::seconds(60));
+        EXPECT_LT(answer.status, 0);
+        --inside;
+        return answer;
+    };
+    SvcLink::ConsoleHostMark mark;
+    std::uint32_t error = 0;
+    ASSERT_TRUE(mark.Set(error) && server.Start(error)) << error;
+    ExpectNoGrowth(
+        [&]
+        {
+            Process client(Beside(L"LinkClient.exe"));
+            EXPECT_TRUE(WaitUntil([&] { return inside == 1; }));
+            client.Kill();
+            EXPECT_TRUE(WaitUntil([&] { return inside == 0; }));
+        });
 }
 
 // The way of a product: nobody but the service control manager says who the host is.
