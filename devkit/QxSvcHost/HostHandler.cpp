@@ -28,7 +28,14 @@ AgentStatus RefusalOf(const AnswerRule& rule)
 
 void HostHandler::OnConnected(const SvcLink::Client& client)
 {
-    LOG_INFO << L"connected, process=" << client.processId << L", session=" << client.sessionId;
+    try
+    {
+        LOG_INFO << L"connected, process=" << client.processId << L", session=" << client.sessionId;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return; // a line less
+    }
 }
 
 void HostHandler::OnDisconnected(const SvcLink::Client& client)

@@ -55,6 +55,10 @@ AgentStatus ReadRegistration(std::span<const std::uint8_t> bytes, Registration& 
     {
         return Status::InvalidParameter;
     }
+    if (registration.clientName.size() > MaxClientName)
+    {
+        registration.clientName.resize(MaxClientName);
+    }
     return Status::Success;
 }
 

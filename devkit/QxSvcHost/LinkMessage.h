@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -13,6 +14,9 @@
 // missing or of another type is Status::InvalidParameter. Any thread. May throw std::bad_alloc.
 namespace SvcHost
 {
+
+// Of a client's name, in characters. What is longer is cut, so that a list of clients fits a message.
+inline constexpr std::size_t MaxClientName = 256;
 
 struct Registration
 {

@@ -47,6 +47,14 @@ TEST_F(HostHandlerTest, TakesASecondRegistrationInThePlaceOfTheFirst)
     EXPECT_EQ(clients.All()[0].name, L"second");
 }
 
+TEST_F(HostHandlerTest, CutsANameThatIsTooLong)
+{
+    EXPECT_EQ(Register(std::wstring(256, L'n')).result, Status::Success);
+    EXPECT_EQ(clients.All().at(0).name, std::wstring(256, L'n'));
+    EXPECT_EQ(Register(std::wstring(100000, L'n')).result, Status::Success);
+    EXPECT_EQ(clients.All().at(0).name, std::wstring(256, L'n'));
+}
+
 TEST_F(HostHandlerTest, UnregistersOnce)
 {
     EXPECT_EQ(Unregister().result, Status::NotFound);
