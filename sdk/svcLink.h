@@ -29,8 +29,8 @@ inline constexpr std::size_t RpcUuidSize = 37;
 // Refers to one tagged message. Whoever holds the record owns the holder and with it one reference.
 struct CRpcDataHandle
 {
-    std::uint32_t uReserved;                     // 0
-    std::uint32_t uMessageId;                    // 0x10014; the index of an extracted answer
+    std::uint32_t uReserved;                    // 0
+    std::uint32_t uMessageId;                   // 0x10014; the index of an extracted answer
     boost::shared_ptr<CRpcMsgBuffer>* pMessage; // on the heap; null if the handle is empty
 };
 
