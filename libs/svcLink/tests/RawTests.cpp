@@ -250,7 +250,8 @@ TEST_F(RawTest, AHundredConnectionsTakeNoMemoryThatStays)
     rounds(20, 20);
     const std::size_t before = PrivateBytes();
     rounds(100, 120);
-    EXPECT_LT(PrivateBytes(), before + (1U << 20));
+    // Less than the frames; one more thread's stack may be among it.
+    EXPECT_LT(PrivateBytes(), before + (4U << 20));
 }
 
 // Ten seconds, which is the limit for a frame.
