@@ -47,6 +47,7 @@ std::uint32_t ServerCore::Listen(bool first)
     connection->self = connection;
     m_listening = connection;
     error = AwaitClient(connection);
+    m_isPreparing = error != ERROR_SUCCESS && m_isPreparing; // its client may be there before this returns
     if (error != ERROR_SUCCESS)
     {
         m_listening = nullptr;
@@ -89,16 +90,15 @@ void ServerCore::ListenAgain()
         m_isPreparing = true;
     }
     const std::uint32_t error = Listen(false);
+    if (error == ERROR_SUCCESS)
+    {
+        return;
+    }
     {
         const std::lock_guard hold(m_lock);
         m_isPreparing = false;
-        if (m_stopping || m_listening)
-        {
-            return;
-        }
-        // Without an error it has its client already, whose thread found this one still at it.
-        const bool atOnce = error == ERROR_SUCCESS || error == ERROR_NO_DATA;
-        m_listenAt = Condition::Clock::now() + std::chrono::milliseconds(atOnce ? 0 : ListenRetryMs);
+        const std::uint32_t pauseMs = error == ERROR_NO_DATA ? 0 : ListenRetryMs;
+        m_listenAt = Condition::Clock::now() + std::chrono::milliseconds(pauseMs);
     }
     // Whoever is at the port went there when there was still an instance to wait for.
     PostQueuedCompletionStatus(m_port.Get(), 0, LookKey, nullptr);
