@@ -74,6 +74,13 @@ void ServerCore::Stop()
     m_turns.Quit();
     PostQueuedCompletionStatus(m_port.Get(), 0, QuitKey, nullptr); // for the one at the port
     m_changed.Wait(hold, [this] { return m_threads == 0; });
+    // A process that ends while a thread is still leaving it may not survive that.
+    const std::vector<VzCommon::KernelHandle> leaving = std::move(m_handles);
+    hold.unlock();
+    for (const VzCommon::KernelHandle& thread : leaving)
+    {
+        WaitForSingleObject(thread.Get(), ThreadEndMs);
+    }
 }
 
 std::shared_ptr<ServerConnection> ServerCore::Find(std::uint64_t clientId)
@@ -89,13 +96,29 @@ bool ServerCore::AddThread()
         const std::lock_guard hold(m_lock);
         ++m_threads;
     }
-    if (StartDetachedThread([core = shared_from_this()] { core->RunThread(); }))
-    {
-        return true;
-    }
+    VzCommon::KernelHandle thread = StartThread([core = shared_from_this()] { core->RunThread(); });
     const std::lock_guard hold(m_lock);
-    --m_threads;
-    return false;
+    if (!thread)
+    {
+        --m_threads;
+        return false;
+    }
+    KeepHandle(std::move(thread));
+    return true;
+}
+
+void ServerCore::KeepHandle(VzCommon::KernelHandle thread) noexcept
+{
+    std::erase_if(m_handles, [](const VzCommon::KernelHandle& ended)
+                  { return WaitForSingleObject(ended.Get(), 0) == WAIT_OBJECT_0; });
+    try
+    {
+        m_handles.push_back(std::move(thread));
+    }
+    catch (const std::bad_alloc&)
+    {
+        // Then Stop does not wait for the thread's very end.
+    }
 }
 
 void ServerCore::RunThread()

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace SvcLink
 {
@@ -44,6 +45,7 @@ private:
     static constexpr ULONG_PTR LookKey = 1; // whoever is at the port is to look whether a client can come
 
     bool AddThread();
+    void KeepHandle(VzCommon::KernelHandle thread) noexcept;
     void RunThread();
     bool ServeNext();
     void Await(Report& report);
@@ -84,6 +86,7 @@ private:
     Condition::Clock::time_point m_listenAt; // not before that
     std::uint64_t m_nextClient = 1;
     std::uint32_t m_threads = 0;
+    std::vector<VzCommon::KernelHandle> m_handles; // of the threads, and of some that have ended
 };
 
 } // namespace SvcLink

@@ -20,6 +20,9 @@ inline constexpr std::chrono::milliseconds WriteLimit{10000};
 // A thread without work ends after this time, unless it is the last one at the port.
 inline constexpr std::uint32_t ThreadIdleMs = 10000;
 
+// A thread that has done its last work is gone within this time.
+inline constexpr std::uint32_t ThreadEndMs = 5000;
+
 // How long until it is tried again to make an instance of the pipe, when the system had no means for one.
 inline constexpr std::uint32_t ListenRetryMs = 500;
 

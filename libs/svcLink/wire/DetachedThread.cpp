@@ -1,7 +1,5 @@
 #include "DetachedThread.h"
 
-#include "VzComn_Handle.h"
-
 #include <memory>
 #include <utility>
 
@@ -22,16 +20,15 @@ DWORD WINAPI Run(void* parameter)
 
 } // namespace
 
-bool RunDetached(std::function<void()> body)
+VzCommon::KernelHandle RunOnThread(std::function<void()> body)
 {
     auto owned = std::make_unique<Body>(std::move(body));
-    const VzCommon::KernelHandle thread(CreateThread(nullptr, 0, &Run, owned.get(), 0, nullptr));
-    if (!thread)
+    VzCommon::KernelHandle thread(CreateThread(nullptr, 0, &Run, owned.get(), 0, nullptr));
+    if (thread)
     {
-        return false;
+        static_cast<void>(owned.release()); // the thread's now
     }
-    static_cast<void>(owned.release()); // the thread's now
-    return true;
+    return thread;
 }
 
 } // namespace SvcLink

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VzComn_Handle.h"
+
 #include <functional>
 #include <new>
 #include <utility>
@@ -7,21 +9,28 @@
 namespace SvcLink
 {
 
-[[nodiscard]] bool RunDetached(std::function<void()> body);
+[[nodiscard]] VzCommon::KernelHandle RunOnThread(std::function<void()> body);
 
-// Runs the body on a thread of its own, which nobody waits for: the body holds what it needs alive and knows
-// by itself when it is over. It must not throw. False if no thread could be had.
+// Runs the body on a thread of its own and gives its handle: the body holds what it needs alive and knows by
+// itself when it is over. It must not throw. Null if no thread could be had.
 template <typename Body>
-[[nodiscard]] bool StartDetachedThread(Body body) noexcept
+[[nodiscard]] VzCommon::KernelHandle StartThread(Body body) noexcept
 {
     try
     {
-        return RunDetached(std::function<void()>(std::move(body)));
+        return RunOnThread(std::function<void()>(std::move(body)));
     }
     catch (const std::bad_alloc&)
     {
-        return false;
+        return {};
     }
+}
+
+// The same for a thread that nobody waits for. False if no thread could be had.
+template <typename Body>
+[[nodiscard]] bool StartDetachedThread(Body body) noexcept
+{
+    return static_cast<bool>(StartThread(std::move(body)));
 }
 
 } // namespace SvcLink
