@@ -44,7 +44,7 @@ int Watcher::Run()
     {
         return TimedOut();
     }
-    return step == Step::Refused ? ExitCode::Refused : ExitCode::Ok;
+    return step == Step::Refused ? m_refusal : ExitCode::Ok;
 }
 
 Watcher::Step Watcher::Attach()
@@ -158,7 +158,7 @@ Watcher::Step Watcher::Judge(const MailAnswer& answer)
     {
         return Step::Lost;
     }
-    static_cast<void>(ReportFailure(answer, m_output));
+    m_refusal = ReportFailure(answer, m_output);
     return Step::Refused;
 }
 

@@ -60,4 +60,5 @@ private:
     std::uint64_t m_after = 0;
     std::uint32_t m_printed = 0;
     MailAnswer m_lastFailure;
+    int m_refusal = ExitCode::Refused; // the exit code of Step::Refused
 };
