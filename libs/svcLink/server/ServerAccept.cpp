@@ -79,10 +79,11 @@ std::uint32_t ServerCore::AwaitClient(const Connection& connection)
     return error == ERROR_IO_PENDING ? ERROR_SUCCESS : error;
 }
 
-void ServerCore::ListenAgain()
+void ServerCore::CatchUp()
 {
     {
         const std::lock_guard hold(m_lock);
+        m_clients.CutOffUnknown();
         if (m_stopping || m_listening || m_isPreparing || Condition::Clock::now() < m_listenAt)
         {
             return;
@@ -104,16 +105,20 @@ void ServerCore::ListenAgain()
     PostQueuedCompletionStatus(m_port.Get(), 0, LookKey, nullptr);
 }
 
-// How long the port may be waited at until ListenAgain is due.
+// How long the port may be waited at until CatchUp is due.
 DWORD ServerCore::PatienceMs()
 {
     const std::lock_guard hold(m_lock);
-    if (m_stopping || m_listening || m_isPreparing)
+    if (m_stopping)
     {
         return ListenCheckMs;
     }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_listenAt - Condition::Clock::now());
-    return static_cast<DWORD>(std::clamp<long long>(left.count(), 0, ListenRetryMs));
+    const ClientTable::Time now = Condition::Clock::now();
+    const auto check = now + std::chrono::milliseconds(ListenCheckMs);
+    const auto listen = m_listening || m_isPreparing ? check : m_listenAt;
+    const auto left = std::min({check, listen, m_clients.NextCutOff()}) - now;
+    return static_cast<DWORD>(
+        std::max<long long>(std::chrono::ceil<std::chrono::milliseconds>(left).count(), 0));
 }
 
 void ServerCore::OnClient(const Connection& connection, std::uint32_t error)
@@ -128,7 +133,7 @@ void ServerCore::OnClient(const Connection& connection, std::uint32_t error)
         admitted = error == ERROR_SUCCESS && Admit(connection);
         m_changed.WakeAll();
     }
-    ListenAgain();
+    CatchUp();
     if (admitted)
     {
         ReadOn(connection);
@@ -142,19 +147,18 @@ void ServerCore::OnClient(const Connection& connection, std::uint32_t error)
 // m_lock is held.
 bool ServerCore::Admit(const Connection& connection)
 {
-    if (m_stopping || m_clients.size() >= MaxClients || !connection->Identify(m_nextClient++))
-    {
-        return false;
-    }
-    try
-    {
-        m_clients.emplace(connection->client.id, connection);
-    }
-    catch (const std::bad_alloc&)
+    const ClientTable::Time now = Condition::Clock::now();
+    const bool isFirst = m_clients.NextCutOff() == ClientTable::Time::max();
+    if (m_stopping || !connection->Identify(m_nextClient++) || !m_clients.Add(connection, now))
     {
         return false;
     }
     connection->stage = ServerConnection::Stage::Introducing;
+    if (isFirst)
+    {
+        // Whoever is at the port went there when there was nobody to cut off.
+        PostQueuedCompletionStatus(m_port.Get(), 0, LookKey, nullptr);
+    }
     return true;
 }
 

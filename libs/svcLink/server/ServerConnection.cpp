@@ -32,21 +32,20 @@ bool ServerConnection::Identify(std::uint64_t id)
 
 bool ServerConnection::BeginCall(std::size_t messageSize)
 {
-    const std::lock_guard hold(m_lock);
-    if (m_calls >= MaxCallsOfClient || m_callBytes + messageSize > MaxCallBytesOfClient)
+    if (!share->BeginCall(messageSize))
     {
         return false;
     }
+    const std::lock_guard hold(m_lock);
     ++m_calls;
-    m_callBytes += messageSize;
     return true;
 }
 
 bool ServerConnection::EndCall(std::size_t messageSize)
 {
+    share->EndCall(messageSize);
     const std::lock_guard hold(m_lock);
     --m_calls;
-    m_callBytes -= messageSize;
     return m_gone && m_calls == 0;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MessagePipe.h"
+#include "ProcessShare.h"
 #include "SlimLock.h"
 #include "SvcLinkServer.h"
 
@@ -33,7 +34,7 @@ public:
     // Takes process and session from the system. False if that is refused.
     [[nodiscard]] bool Identify(std::uint64_t id);
 
-    // Counts a call that begins. False if the client has as many under way as it may have.
+    // Counts a call that begins. False if the client's process has as many under way as it may have.
     [[nodiscard]] bool BeginCall(std::size_t messageSize);
 
     // True if that was the last call of a client that is gone.
@@ -53,6 +54,7 @@ public:
     void TakeReply(Frame frame);
 
     MessagePipe pipe;
+    std::shared_ptr<ProcessShare> share; // from when the client is known; does not change
 
     // The reader's.
     Stage stage = Stage::Listening;
@@ -70,7 +72,6 @@ private:
     SlimLock m_lock;
     bool m_gone = false; // Guarded by m_lock, as all below.
     std::uint32_t m_calls = 0;
-    std::uint64_t m_callBytes = 0;
     std::uint64_t m_nextCallback = 1;
     std::map<std::uint64_t, Waiting*> m_waiting; // Weak. By the callback's id.
 };

@@ -61,33 +61,26 @@ void ServerCore::Stop()
     {
         m_listening->pipe.Cancel();
     }
-    for (const auto& [id, connection] : m_clients)
-    {
-        connection->pipe.Cancel();
-    }
+    m_clients.CancelAll();
     if (m_threads == 0)
     {
         DropListening();
         return;
     }
-    m_changed.Wait(hold, [this] { return m_clients.empty() && !m_listening; });
+    m_changed.Wait(hold, [this] { return m_clients.IsEmpty() && !m_listening; });
     m_turns.Quit();
     PostQueuedCompletionStatus(m_port.Get(), 0, QuitKey, nullptr); // for the one at the port
     m_changed.Wait(hold, [this] { return m_threads == 0; });
     // A process that ends while a thread is still leaving it may not survive that.
-    const std::vector<VzCommon::KernelHandle> leaving = std::move(m_handles);
+    const VzCommon::KernelHandle last = std::move(m_lastLeaver);
     hold.unlock();
-    for (const VzCommon::KernelHandle& thread : leaving)
-    {
-        WaitForSingleObject(thread.Get(), ThreadEndMs);
-    }
+    WaitForSingleObject(last.Get(), ThreadEndMs);
 }
 
 std::shared_ptr<ServerConnection> ServerCore::Find(std::uint64_t clientId)
 {
     const std::lock_guard hold(m_lock);
-    const auto found = m_clients.find(clientId);
-    return found == m_clients.end() ? nullptr : found->second;
+    return m_clients.Find(clientId);
 }
 
 bool ServerCore::AddThread()
@@ -96,29 +89,13 @@ bool ServerCore::AddThread()
         const std::lock_guard hold(m_lock);
         ++m_threads;
     }
-    VzCommon::KernelHandle thread = StartThread([core = shared_from_this()] { core->RunThread(); });
-    const std::lock_guard hold(m_lock);
-    if (!thread)
+    const bool started = StartDetachedThread([core = shared_from_this()] { core->RunThread(); });
+    if (!started)
     {
+        const std::lock_guard hold(m_lock);
         --m_threads;
-        return false;
     }
-    KeepHandle(std::move(thread));
-    return true;
-}
-
-void ServerCore::KeepHandle(VzCommon::KernelHandle thread) noexcept
-{
-    std::erase_if(m_handles, [](const VzCommon::KernelHandle& ended)
-                  { return WaitForSingleObject(ended.Get(), 0) == WAIT_OBJECT_0; });
-    try
-    {
-        m_handles.push_back(std::move(thread));
-    }
-    catch (const std::bad_alloc&)
-    {
-        // Then Stop does not wait for the thread's very end.
-    }
+    return started;
 }
 
 void ServerCore::RunThread()
@@ -126,9 +103,28 @@ void ServerCore::RunThread()
     while (m_turns.Take() && ServeNext())
     {
     }
+    TakeLeave();
     const std::lock_guard hold(m_lock);
     --m_threads;
     m_changed.WakeAll();
+}
+
+// Each thread that ends waits for the one before it, so that Stop has to wait for one only and no more than
+// one handle of an ended thread is kept.
+void ServerCore::TakeLeave()
+{
+    HANDLE self = nullptr;
+    if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &self, SYNCHRONIZE,
+                         FALSE, 0))
+    {
+        return; // Then Stop does not wait for the very end of this thread.
+    }
+    VzCommon::KernelHandle previous(self);
+    {
+        const std::lock_guard hold(m_lock);
+        std::swap(m_lastLeaver, previous);
+    }
+    WaitForSingleObject(previous.Get(), ThreadEndMs);
 }
 
 // Waits at the port, leaves it and does what came. False if the thread is to end.
@@ -137,15 +133,13 @@ bool ServerCore::ServeNext()
     Report report;
     Await(report);
     const bool quit = report.key == QuitKey;
-    if (!m_turns.Leave() && !quit)
-    {
-        AddThread();
-    }
+    const bool hasOthers = m_turns.Leave();
     if (!quit)
     {
-        // An instance that could not be had is due also while there is always something to do.
-        ListenAgain();
-        Dispatch(*reinterpret_cast<ServerConnection*>(report.key), report.bytes, report.error);
+        const bool alone = !hasOthers && !AddThread();
+        // What is due by time is due also while there is always something to do.
+        CatchUp();
+        Dispatch(report, alone);
     }
     return !quit;
 }
@@ -162,27 +156,27 @@ void ServerCore::Await(Report& report)
         {
             return;
         }
-        ListenAgain();
+        CatchUp();
     }
 }
 
-void ServerCore::Dispatch(ServerConnection& connection, DWORD bytes, std::uint32_t error)
+void ServerCore::Dispatch(const Report& report, bool alone)
 {
-    const Connection held = std::move(connection.self);
+    const Connection held = std::move(reinterpret_cast<ServerConnection*>(report.key)->self);
     if (held->stage == ServerConnection::Stage::Listening)
     {
-        OnClient(held, error);
+        OnClient(held, report.error);
     }
     else
     {
-        OnFrame(held, bytes, error);
+        OnFrame(held, report, alone);
     }
 }
 
-void ServerCore::OnFrame(const Connection& connection, DWORD bytes, std::uint32_t error)
+void ServerCore::OnFrame(const Connection& connection, const Report& report, bool alone)
 {
     Frame frame;
-    if (connection->pipe.Take(bytes, error, frame) != ERROR_SUCCESS)
+    if (connection->pipe.Take(report.bytes, report.error, frame) != ERROR_SUCCESS)
     {
         End(connection);
         return;
@@ -190,7 +184,7 @@ void ServerCore::OnFrame(const Connection& connection, DWORD bytes, std::uint32_
     const bool serving = connection->stage == ServerConnection::Stage::Serving;
     if (serving && frame.header.kind == FrameKind::Call)
     {
-        OnCall(connection, std::move(frame));
+        OnCall(connection, std::move(frame), alone);
     }
     else if (serving && frame.header.kind == FrameKind::Reply)
     {
@@ -218,6 +212,11 @@ void ServerCore::OnIntroduction(const Connection& connection, const Frame& frame
     welcome.status = isNew ? Status::Success : Status::UnknownClient;
     connection->stage = isNew ? ServerConnection::Stage::Serving : ServerConnection::Stage::Refused;
     static_cast<void>(connection->Send(welcome, {}));
+    if (isNew)
+    {
+        const std::lock_guard hold(m_lock);
+        m_clients.Welcome(connection->client.id);
+    }
     if (isNew && !Tell([&] { m_handler.OnConnected(connection->client); }))
     {
         End(connection);
@@ -226,9 +225,11 @@ void ServerCore::OnIntroduction(const Connection& connection, const Frame& frame
     ReadOn(connection);
 }
 
-void ServerCore::OnCall(const Connection& connection, Frame frame)
+// Without another thread at the port a call that calls its client back would wait for itself: there is none
+// for it then.
+void ServerCore::OnCall(const Connection& connection, Frame frame, bool alone)
 {
-    if (!connection->BeginCall(frame.message.size()))
+    if (alone || !connection->BeginCall(frame.message.size()))
     {
         FrameHeader answer;
         answer.kind = FrameKind::Answer;
@@ -301,7 +302,7 @@ void ServerCore::Forget(const Connection& connection)
         static_cast<void>(Tell([&] { m_handler.OnDisconnected(connection->client); }));
     }
     const std::lock_guard hold(m_lock);
-    m_clients.erase(connection->client.id);
+    m_clients.Remove(*connection);
     m_changed.WakeAll();
 }
 

@@ -1,15 +1,14 @@
 #pragma once
 
+#include "ClientTable.h"
 #include "PortTurns.h"
 #include "ServerConnection.h"
 #include "SlimLock.h"
 #include "VzComn_Handle.h"
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace SvcLink
 {
@@ -45,27 +44,31 @@ private:
     static constexpr ULONG_PTR LookKey = 1; // whoever is at the port is to look whether a client can come
 
     bool AddThread();
-    void KeepHandle(VzCommon::KernelHandle thread) noexcept;
     void RunThread();
+    void TakeLeave();
     bool ServeNext();
     void Await(Report& report);
-    void Dispatch(ServerConnection& connection, DWORD bytes, std::uint32_t error);
+    void Dispatch(const Report& report, bool alone);
 
     // Make an instance of the pipe wait for a client. One that could not be had is tried again: by the one at
     // the port when it is due, or before that by whoever leaves the port.
     [[nodiscard]] std::uint32_t Listen(bool first);
     [[nodiscard]] std::uint32_t MakeInstance(bool first, Connection& connection);
     [[nodiscard]] std::uint32_t AwaitClient(const Connection& connection);
-    void ListenAgain();
-    [[nodiscard]] DWORD PatienceMs();
     [[nodiscard]] bool Admit(const Connection& connection);
+
+    // Does what is due by time: cuts off who has not said who it is, and makes an instance of the pipe wait
+    // if none does. PatienceMs tells how long the port may be waited at until then.
+    void CatchUp();
+    [[nodiscard]] DWORD PatienceMs();
+
     void DropListening();
 
     // The reader's turn. Each ends with the next read begun or the connection ended.
     void OnClient(const Connection& connection, std::uint32_t error);
-    void OnFrame(const Connection& connection, DWORD bytes, std::uint32_t error);
+    void OnFrame(const Connection& connection, const Report& report, bool alone);
     void OnIntroduction(const Connection& connection, const Frame& frame);
-    void OnCall(const Connection& connection, Frame frame);
+    void OnCall(const Connection& connection, Frame frame, bool alone);
     void ReadOn(const Connection& connection);
 
     void RunCall(const Connection& connection, Frame frame);
@@ -78,15 +81,15 @@ private:
     PortTurns m_turns;
 
     SlimLock m_lock;
-    Condition m_changed;                           // for Stop
-    bool m_stopping = false;                       // Guarded by m_lock, as all below.
-    std::map<std::uint64_t, Connection> m_clients; // with those that are gone but have calls under way
+    Condition m_changed;     // for Stop
+    bool m_stopping = false; // Guarded by m_lock, as all below.
+    ClientTable m_clients;
     Connection m_listening;
     bool m_isPreparing = false;              // a thread makes what is to be m_listening
     Condition::Clock::time_point m_listenAt; // not before that
     std::uint64_t m_nextClient = 1;
     std::uint32_t m_threads = 0;
-    std::vector<VzCommon::KernelHandle> m_handles; // of the threads, and of some that have ended
+    VzCommon::KernelHandle m_lastLeaver; // the thread that ends, or has ended, after all others that have
 };
 
 } // namespace SvcLink

@@ -3,16 +3,21 @@
 #include <chrono>
 #include <cstdint>
 
-// What one client may take of the service.
+// What clients may take of the service.
 namespace SvcLink
 {
 
-// Calls under way at once, and the bytes of their messages. A call beyond is answered with 0xE0FE00AA (busy).
-inline constexpr std::uint32_t MaxCallsOfClient = 256;
-inline constexpr std::uint64_t MaxCallBytesOfClient = 256ULL * 1024 * 1024;
+// Calls of one process under way at once, and the bytes of their messages. A call beyond is answered with
+// 0xE0FE00AA (busy).
+inline constexpr std::uint32_t MaxCallsOfProcess = 256;
+inline constexpr std::uint64_t MaxCallBytesOfProcess = 256ULL * 1024 * 1024;
 
-// Clients at once. One more is cut off.
+// Clients at once, of all and of one process. One more is cut off.
 inline constexpr std::size_t MaxClients = 1024;
+inline constexpr std::uint32_t MaxClientsOfProcess = 128;
+
+// A client that has not said who it is within this time is cut off.
+inline constexpr std::chrono::milliseconds IntroductionLimit{10000};
 
 // A client that does not take a frame within this time is cut off, never before.
 inline constexpr std::chrono::milliseconds WriteLimit{10000};

@@ -18,7 +18,6 @@ namespace
 constexpr std::int32_t success = 0x20FF0000;
 constexpr auto unknownClient = static_cast<std::int32_t>(0xE0010803);
 constexpr auto tooLarge = static_cast<std::int32_t>(0xE0FE007A);
-constexpr auto busy = static_cast<std::int32_t>(0xE0FE00AA);
 constexpr std::size_t largest = std::size_t{16} << 20;
 
 } // namespace
@@ -152,30 +151,6 @@ TEST_F(LinkTest, ASlowCallHoldsNoOtherUp)
         EXPECT_EQ(Execute(*other, 2, {}).status, success);
     }
     release.count_down();
-}
-
-TEST_F(LinkTest, ACallBeyondWhatOneClientMayHaveUnderWayIsRefused)
-{
-    std::latch release(1);
-    std::atomic<int> inside = 0;
-    handler.onCall = [&](const auto&, const SvcLink::Call&)
-    {
-        ++inside;
-        release.wait();
-        return SvcLink::Answer{success, {}};
-    };
-    StartServer();
-    const Manager manager = Connect();
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 16; ++i)
-    {
-        threads.emplace_back([&] { EXPECT_EQ(Execute(*manager, 1, MessageOf(largest)).status, success); });
-    }
-    EXPECT_TRUE(WaitUntil([&] { return inside == 16; }));
-    EXPECT_EQ(Execute(*manager, 1, MessageOf(100)).status, busy);
-    release.count_down();
-    threads.clear();
-    EXPECT_EQ(Execute(*manager, 1, MessageOf(100)).status, success);
 }
 
 TEST_F(LinkTest, TheServiceKnowsWhoCalls)

@@ -63,7 +63,7 @@ void ExpectNoGrowth(const std::function<void()>& round)
     for (int measure = 0; measure < 2; ++measure)
     {
         before = PrivateBytes();
-        growth = TestSupport::GrowthOf(round, 100, std::chrono::seconds(12));
+        growth = TestSupport::GrowthOf(round, 100, std::chrono::seconds(20));
         if (growth.empty() && PrivateBytes() < before + (1U << 20))
         {
             return;

@@ -8,6 +8,7 @@
 #include <winternl.h>
 
 #include <stdexcept>
+#include <string>
 
 extern "C"
 {
@@ -23,7 +24,7 @@ Process::Process(const std::wstring& commandLine)
     PROCESS_INFORMATION made{};
     if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made))
     {
-        throw std::runtime_error("the program was not started");
+        throw std::runtime_error("the program was not started: " + std::to_string(GetLastError()));
     }
     m_process = VzCommon::KernelHandle(made.hProcess);
     m_id = made.dwProcessId;

@@ -1,15 +1,11 @@
 // What a hostile client may write to the pipe itself.
-#include "LinkTest.h"
+#include "RawPipe.h"
 
 #include "MessagePipe.h"
-#include "Names.h"
 #include "Processes.h"
-#include "VzComn_Handle.h"
 #include "WaitUntil.h"
 
 #include <windows.h>
-
-#include <cstring>
 
 using SvcLink::FrameHeader;
 using SvcLink::FrameKind;
@@ -19,70 +15,6 @@ namespace
 {
 
 constexpr std::int32_t success = 0x20FF0000;
-
-Bytes BytesOfFrame(const FrameHeader& header, std::size_t messageSize = 0)
-{
-    Bytes bytes(sizeof header + messageSize, 0x5A);
-    std::memcpy(bytes.data(), &header, sizeof header);
-    return bytes;
-}
-
-FrameHeader Introduction()
-{
-    FrameHeader header;
-    header.kind = FrameKind::Introduction;
-    header.SetTrackingId(std::string(36, 'r'));
-    return header;
-}
-
-FrameHeader Of(FrameKind kind, std::uint32_t length = 0)
-{
-    FrameHeader header;
-    header.kind = kind;
-    header.length = length;
-    return header;
-}
-
-// The client's end of the pipe, by hand.
-class RawPipe
-{
-public:
-    RawPipe()
-        : m_pipe(CreateFileW(SvcLink::EndpointName().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                             OPEN_EXISTING, 0, nullptr))
-    {
-        EXPECT_TRUE(m_pipe);
-        DWORD mode = PIPE_READMODE_MESSAGE;
-        SetNamedPipeHandleState(m_pipe.Get(), &mode, nullptr, nullptr);
-    }
-
-    [[nodiscard]] bool Write(const Bytes& bytes) const
-    {
-        DWORD written = 0;
-        return WriteFile(m_pipe.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) !=
-               0;
-    }
-
-    // False if the connection has ended.
-    [[nodiscard]] bool Read(FrameHeader& header) const
-    {
-        DWORD read = 0;
-        return ReadFile(m_pipe.Get(), &header, sizeof header, &read, nullptr) ||
-               GetLastError() == ERROR_MORE_DATA;
-    }
-
-    void Introduce() const
-    {
-        FrameHeader welcome;
-        EXPECT_TRUE(Write(BytesOfFrame(Introduction())));
-        EXPECT_TRUE(Read(welcome));
-        EXPECT_EQ(welcome.kind, FrameKind::Welcome);
-        EXPECT_EQ(welcome.status, success);
-    }
-
-private:
-    VzCommon::FileHandle m_pipe;
-};
 
 class RawTest : public LinkTest
 {
