@@ -71,9 +71,9 @@ class Play:
         tell("1. The host service is installed; the watchdog starts it, and the agent in mode 2.")
         self._host.install()
         detail('installed: the service "Melvio Host Service"')
-        command = f'"{self._product.windows_root}\\win32\\QxWatchDog_M.exe" --mode 2'
+        command = f'"{self._product.windows_root}\\win32\\QxWatchDog_M.exe" --mode 2 --until-exit'
         watchdog = self._desktop.start(command, self._product.windows_root)
-        detail(f"process {watchdog.number}: QxWatchDog_M.exe --mode 2")
+        detail(f"process {watchdog.number}: QxWatchDog_M.exe --mode 2 --until-exit")
         self._desktop.wait_for_consoles(1)
         self._wait_for_client()
         frame = self._product.frame()
@@ -152,16 +152,16 @@ class Play:
         self._picture("after-the-service-died")
 
     def _end_all(self, watchdog: Process) -> None:
-        tell('8. The exit event, "Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXITMelvio", ends the agent.')
+        tell('8. The exit event, "Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXITMelvio", ends all of it.')
         self._host.qxctl("exit")
         wait_until(self._product.has_ended, "the end of the agent")
         detail("its window, its mutex and its event are gone; the consoles are left to the user")
         self._close_consoles()
-        stop = self._desktop.start(f'"{self._product.windows_root}\\win32\\QxWatchDog_M.exe" --stop')
-        expect(stop.wait() == 0 and watchdog.wait() == 0, "the watchdog ends")
-        self._host.stop()
+        expect(watchdog.wait() == 0, "the watchdog ends")
+        expect(self._host.process_id() == 0, "the service is stopped")
+        detail("the watchdog has stopped the service and has ended")
         self._host.uninstall()
-        detail("the watchdog has ended; the service is stopped and removed")
+        detail("the service is removed")
         running = [name for _, name in self._desktop.processes() if name.startswith("Qx")]
         expect(not running, f"no program of the family is left, but {running}")
         self._picture("end")

@@ -34,6 +34,10 @@ Options ParseOptions(const std::vector<std::wstring>& words)
         {
             options.withAgent = false;
         }
+        else if (*word == L"--until-exit")
+        {
+            options.untilExit = true;
+        }
         else if (*word != L"--mode")
         {
             options.complaint = L"Unknown option " + *word + L".";
@@ -59,6 +63,7 @@ const wchar_t* HelpText()
            L"\r\n"
            L"  --mode N         start mode of the agent, 1 without this option\r\n"
            L"  --service-only   does not start the agent; also --no-agent\r\n"
+           L"  --until-exit     ends with the product's exit event as well, and stops the service then\r\n"
            L"  --stop           ends the watchdog that runs, and waits for its end\r\n"
            L"  --help           this text\r\n"
            L"\r\n"

@@ -19,6 +19,7 @@ struct Options
 {
     Task task = Task::Watch;
     bool withAgent = true;
+    bool untilExit = false; // ends with the product's exit event, and takes the service with it
     std::int32_t mode = 1;  // the agent's start mode
     std::wstring complaint; // empty for a command line that is right
 };

@@ -127,7 +127,8 @@ ServiceKeeper::NextStep ServiceKeeper::StepToRunning(SC_HANDLE service, const SE
         }
         return StartInTime(service, now);
     }
-    m_isExpected = true;
+    // One that still goes down is not on its way up.
+    m_isExpected = m_isExpected || status.dwCurrentState != SERVICE_STOP_PENDING;
     if (status.dwCurrentState != SERVICE_RUNNING)
     {
         return onTheWay;

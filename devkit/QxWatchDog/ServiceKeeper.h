@@ -31,6 +31,9 @@ public:
     // end of the process or another wish can make one necessary.
     std::optional<std::chrono::milliseconds> Step(Clock::time_point now);
 
+    // True if the service is left as others want it.
+    [[nodiscard]] bool IsContent() const { return m_goal == Goal::None; }
+
     // The service's process, to be waited for. Null while none is known. Weak.
     [[nodiscard]] HANDLE Process() const { return m_process.Get(); }
 

@@ -24,6 +24,7 @@ enum class Wish
 {
     Running,
     Stopped,
+    EndStopped,
     End,
 };
 } // namespace
@@ -50,6 +51,10 @@ public:
         while (TakeWish())
         {
             const auto next = m_keeper.Step(Clock::now());
+            if (m_endsStopped && m_keeper.IsContent())
+            {
+                break;
+            }
             const HANDLE process = m_keeper.Process();
             const std::array handles{m_wake.Get(), process};
             const DWORD count = process == nullptr ? 1 : 2;
@@ -62,7 +67,10 @@ public:
         SetEvent(m_ended.Get());
     }
 
-    void WaitForEnd() const { WaitForSingleObject(m_ended.Get(), endLimitMs); }
+    [[nodiscard]] bool WaitForEnd(DWORD limitMs) const
+    {
+        return WaitForSingleObject(m_ended.Get(), limitMs) == WAIT_OBJECT_0;
+    }
 
 private:
     // False if the end is wished.
@@ -73,8 +81,9 @@ private:
         {
             m_keeper.WantRunning();
         }
-        else if (m_wish == Wish::Stopped)
+        else if (m_wish == Wish::Stopped || m_wish == Wish::EndStopped)
         {
+            m_endsStopped = m_wish == Wish::EndStopped;
             m_keeper.WantStopped();
         }
         return std::exchange(m_wish, std::nullopt) != Wish::End;
@@ -84,7 +93,8 @@ private:
     std::optional<Wish> m_wish;
     KernelHandle m_wake{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
     KernelHandle m_ended{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    ServiceKeeper m_keeper; // of the thread alone
+    ServiceKeeper m_keeper; // of the thread alone, as the next
+    bool m_endsStopped = false;
 };
 
 ServiceThread::ServiceThread(const std::wstring& name) : m_state(std::make_shared<State>(name))
@@ -95,7 +105,7 @@ ServiceThread::ServiceThread(const std::wstring& name) : m_state(std::make_share
 ServiceThread::~ServiceThread()
 {
     m_state->Tell(Wish::End);
-    m_state->WaitForEnd();
+    (void)m_state->WaitForEnd(endLimitMs);
 }
 
 void ServiceThread::WantRunning()
@@ -106,6 +116,12 @@ void ServiceThread::WantRunning()
 void ServiceThread::WantStopped()
 {
     m_state->Tell(Wish::Stopped);
+}
+
+bool ServiceThread::EndStopped(std::chrono::milliseconds limit)
+{
+    m_state->Tell(Wish::EndStopped);
+    return m_state->WaitForEnd(Milliseconds(limit));
 }
 
 } // namespace WatchDog

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -24,6 +25,9 @@ public:
     // The last wish holds.
     void WantRunning();
     void WantStopped();
+
+    // Stops the service and ends the thread; nothing can be wanted any more. False if that takes longer.
+    [[nodiscard]] bool EndStopped(std::chrono::milliseconds limit);
 
 private:
     class State;

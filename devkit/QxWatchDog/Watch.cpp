@@ -31,7 +31,7 @@ bool Make(Event& event, const std::wstring& name)
 }
 } // namespace
 
-Watch::Watch(const Options& options) : m_service(QxCommon::GetServiceName())
+Watch::Watch(const Options& options) : m_service(QxCommon::GetServiceName()), m_untilExit(options.untilExit)
 {
     if (options.withAgent)
     {
@@ -41,7 +41,8 @@ Watch::Watch(const Options& options) : m_service(QxCommon::GetServiceName())
 
 bool Watch::MakeEvents()
 {
-    return Make(m_stopRequest, QxCommon::GetStopRequestEventName()) &&
+    return (!m_untilExit || CreateExitEvent(m_exit)) &&
+           Make(m_stopRequest, QxCommon::GetStopRequestEventName()) &&
            Make(m_crashSignal, ObjectNames::CrashRestartEvent()) &&
            Make(m_startRequest, QxCommon::GetStartRequestEventName());
 }
@@ -66,6 +67,11 @@ void Watch::Run(HANDLE end)
         {
             return;
         }
+        if (answer < signals.size() && signals[answer].handle == m_exit.Handle())
+        {
+            EndAll(end);
+            return;
+        }
         if (answer < signals.size())
         {
             (this->*signals[answer].answer)();
@@ -78,6 +84,7 @@ std::vector<Watch::Signal> Watch::Signals(HANDLE end) const
 {
     std::vector<Signal> signals = {
         {end, nullptr},
+        {m_exit.Handle(), nullptr},
         {m_stopRequest.Handle(), &Watch::OnStopRequest},
         {m_startRequest.Handle(), &Watch::OnStartRequest},
         {m_crashSignal.Handle(), &Watch::OnCrashSignal},
@@ -130,6 +137,23 @@ void Watch::OnAgentEnd()
         return;
     }
     m_agent->OnProcessEnd(Clock::now());
+}
+
+// An agent that ends takes leave of the service, which is to be there still.
+void Watch::EndAll(HANDLE end)
+{
+    constexpr DWORD agentLimitMs = 15000;
+    constexpr std::chrono::seconds serviceLimit{30};
+    Tell(L"The exit event is signalled; the service is stopped, and the watchdog ends.");
+    if (m_agent && m_agent->Process() != nullptr)
+    {
+        const HANDLE handles[] = {end, m_agent->Process()};
+        WaitForMultipleObjects(2, handles, FALSE, agentLimitMs);
+    }
+    if (!m_service.EndStopped(serviceLimit))
+    {
+        Complain(L"The service does not stop in time.");
+    }
 }
 
 } // namespace WatchDog

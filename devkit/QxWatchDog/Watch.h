@@ -23,7 +23,9 @@ public:
     // False: it has said why.
     [[nodiscard]] bool MakeEvents();
 
-    // Brings service and agent up and keeps them until the end is signalled.
+    // Brings service and agent up and keeps them until the end is signalled. They stay as they are then. If
+    // the product's exit event is waited for as well and comes first, the agent ends by itself, and the
+    // service is stopped behind it.
     void Run(HANDLE end);
 
 private:
@@ -34,22 +36,25 @@ private:
         void (Watch::*answer)();
     };
 
-    // The end comes first; the agent's process only while there is one.
+    // The end and the exit come first; the agent's process only while there is one.
     [[nodiscard]] std::vector<Signal> Signals(HANDLE end) const;
 
     void OnStartRequest();
     void OnStopRequest();
     void OnCrashSignal();
     void OnAgentEnd();
+    void EndAll(HANDLE end);
 
     // What is due, and the time until the next thing is.
     DWORD Step();
 
+    VzCommon::Synchronize::Event m_exit; // without a handle if it is not waited for
     VzCommon::Synchronize::Event m_startRequest;
     VzCommon::Synchronize::Event m_stopRequest;
     VzCommon::Synchronize::Event m_crashSignal;
     ServiceThread m_service;
     std::optional<AgentKeeper> m_agent;
+    bool m_untilExit;
 };
 
 } // namespace WatchDog

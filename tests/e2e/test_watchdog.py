@@ -113,3 +113,21 @@ def test_the_service_stops_and_starts_on_request(family: Family) -> None:
     family.signal(START_REQUEST)
     wait_until(lambda: family.service.process_id() != 0, "a new service")
     assert family.agent() == agent
+
+
+def test_the_exit_event_ends_all_if_the_watchdog_is_told_so(product: Product) -> None:
+    service = HostService(product)
+    service.install()
+    program = f'"{product.windows_root}\\win32\\QxWatchDog_M.exe" --mode 2 --until-exit'
+    watchdog = product.desktop.start(program, product.windows_root)
+    try:
+        service.wait_for_clients()
+        assert service.qxctl("exit").code == 0
+        assert watchdog.wait() == 0
+        assert product.has_ended()
+        assert service.process_id() == 0
+    finally:
+        service.uninstall()
+    # The agent took leave of a service that was still there.
+    assert product.log_lines("CVzRpcClientHelper::UnregisterProcess")
+    assert not product.log_lines("executing command failed")

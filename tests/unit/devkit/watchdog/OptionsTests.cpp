@@ -38,6 +38,12 @@ TEST(WatchDogOptionsTest, LeaveTheAgentOut)
     EXPECT_FALSE(ParseOptions({L"--no-agent"}).withAgent);
 }
 
+TEST(WatchDogOptionsTest, EndWithTheExitEventOnlyIfAsked)
+{
+    EXPECT_FALSE(ParseOptions({L"--mode", L"2"}).untilExit);
+    EXPECT_TRUE(ParseOptions({L"--mode", L"2", L"--until-exit"}).untilExit);
+}
+
 TEST(WatchDogOptionsTest, AskForAnotherTask)
 {
     EXPECT_EQ(ParseOptions({L"--stop"}).task, Task::Stop);

@@ -269,6 +269,19 @@ TEST_F(ServiceKeeperTest, StartsAtOnceWhenAskedAgain)
     EXPECT_EQ(NextStart(), 0s);
 }
 
+TEST_F(ServiceKeeperTest, TakesTheEndOfAServiceThatWasGoingDownForNoDeath)
+{
+    Run();
+    g_manager.state = SERVICE_STOP_PENDING;
+    keeper.WantRunning();
+    EXPECT_EQ(Step(), 100ms);
+    GoDown(NO_ERROR);
+    keeper.OnProcessEnd();
+    (void)Step();
+    EXPECT_EQ(g_manager.starts, 1);
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [INFO] The service is started."));
+}
+
 TEST_F(ServiceKeeperTest, LeavesAServiceStoppedWhoseProcessItMayNotOpen)
 {
     g_manager.processError = ERROR_ACCESS_DENIED;
