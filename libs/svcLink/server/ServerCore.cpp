@@ -23,7 +23,8 @@ bool IsIntroduction(const Frame& frame)
            (acquaintance == Acquaintance::New || acquaintance == Acquaintance::Known);
 }
 
-// False if there was no memory for what the handler does. That ends in its connection, not in the service.
+// False if the handler threw: there was no memory for what it does. That ends in its connection, not in the
+// service.
 template <typename Operation>
 bool Tell(const Operation& operation)
 {
@@ -32,7 +33,7 @@ bool Tell(const Operation& operation)
         operation();
         return true;
     }
-    catch (const std::bad_alloc&)
+    catch (...)
     {
         return false;
     }
@@ -275,6 +276,10 @@ void ServerCore::RunCall(const Connection& connection, Frame frame)
     catch (const std::bad_alloc&)
     {
         answer.status = Status::OutOfMemory;
+    }
+    catch (...)
+    {
+        answer.status = Status::Failure;
     }
     header.status = answer.status;
     if (answer.message.size() > MaxMessageSize)

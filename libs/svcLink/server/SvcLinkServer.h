@@ -37,8 +37,8 @@ struct Answer
     std::vector<std::uint8_t> message;
 };
 
-// What the service does with its clients. Any thread, several at once; none may throw. The operations may
-// call the server.
+// What the service does with its clients. Any thread, several at once. What one throws ends there: a call is
+// answered by a failure, a client that could not be told of is let go. The operations may call the server.
 class Handler
 {
 public:

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <latch>
+#include <stdexcept>
 #include <thread>
 
 using TestSupport::WaitUntil;
@@ -249,4 +250,25 @@ TEST_F(LinkTest, AKeptMessageThatIsReleasedAfterAllIsReleasedOnce)
     StartServer();
     const Manager manager = Connect();
     EXPECT_EQ(Execute(*manager, 0x2052, MessageOf(100)).status, success);
+}
+
+TEST_F(LinkTest, WhatAHandlerThrowsFailsItsCallAlone)
+{
+    handler.onCall = [](const auto&, const SvcLink::Call& call)
+    {
+        if (call.commandId == 1)
+        {
+            throw std::runtime_error("refused");
+        }
+        if (call.commandId == 2)
+        {
+            throw 2;
+        }
+        return SvcLink::Answer{success, {}};
+    };
+    StartServer();
+    const Manager manager = Connect();
+    EXPECT_EQ(Execute(*manager, 1, MessageOf(100)).status, static_cast<std::int32_t>(0xE0FF0001));
+    EXPECT_EQ(Execute(*manager, 2, MessageOf(100)).status, static_cast<std::int32_t>(0xE0FF0001));
+    EXPECT_EQ(Execute(*manager, 3, MessageOf(100)).status, success);
 }
