@@ -20,11 +20,15 @@ MailReply Unknown()
     return {Status::NotFound};
 }
 
+// Of a request for a handle, in characters: far more than {"pid": number} takes. Parsing takes many times the
+// memory of the text, so no client decides how much of it.
+constexpr std::size_t longestRequest = 256;
+
 bool IsOf(const std::optional<std::wstring>& request, std::uint32_t processId)
 {
     QxCommon::JsonDb json;
-    return request && json.ParseFromString(*request) == 0 && json.HasMember(L"pid") &&
-           QxCommon::UIntOrZero(json[L"pid"]) == processId;
+    return request && request->size() <= longestRequest && json.ParseFromString(*request) == 0 &&
+           json.HasMember(L"pid") && QxCommon::UIntOrZero(json[L"pid"]) == processId;
 }
 
 // "No privilege" is a handle of its own.

@@ -41,7 +41,8 @@ const wchar_t* PowerChange(std::int32_t type)
 std::wstring EventName(std::wstring_view request)
 {
     QxCommon::JsonDb json;
-    if (json.ParseFromString(std::wstring(request)) != 0 || !json.HasMember(L"eventId"))
+    if (request.size() > LongestEvent || json.ParseFromString(std::wstring(request)) != 0 ||
+        !json.HasMember(L"eventId"))
     {
         return {};
     }

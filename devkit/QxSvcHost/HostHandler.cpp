@@ -1,5 +1,7 @@
 #include "HostHandler.h"
 
+#include <exception>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -7,6 +9,7 @@
 #include "EventNames.h"
 #include "LinkMessage.h"
 #include "MessageIds.h"
+#include "VzComn_Exception.h"
 #include "VzComn_LogFront.h"
 
 namespace SvcHost
@@ -24,52 +27,72 @@ AgentStatus RefusalOf(const AnswerRule& rule)
 {
     return rule.result.value_or(rule.status.value_or(Status::Success));
 }
+
+// What the operation throws ends here, as a status: above it there is a thread of the link alone.
+template <typename Operation>
+AgentStatus Contain(const Operation& operation)
+{
+    try
+    {
+        operation();
+        return Status::Success;
+    }
+    catch (VzCommon::Exception::Base* caught)
+    {
+        const std::unique_ptr<VzCommon::Exception::Base> exception(caught);
+        return Status::Failure;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return Status::OutOfMemory;
+    }
+    catch (const std::exception&)
+    {
+        return Status::Failure;
+    }
+}
+
+void LogFailure(const wchar_t* what, const SvcLink::Client& client, AgentStatus status)
+{
+    LOG_ERROR << what << L", process=" << client.processId << L", status=0x" << std::hex << status;
+}
 } // namespace
 
 void HostHandler::OnConnected(const SvcLink::Client& client)
 {
-    try
-    {
-        LOG_INFO << L"connected, process=" << client.processId << L", session=" << client.sessionId;
-    }
-    catch (const std::bad_alloc&)
-    {
-        return; // a line less
-    }
+    // A line less is all that can come of it.
+    static_cast<void>(Contain(
+        [&client]
+        { LOG_INFO << L"connected, process=" << client.processId << L", session=" << client.sessionId; }));
 }
 
 void HostHandler::OnDisconnected(const SvcLink::Client& client)
 {
-    try
-    {
-        LOG_INFO << L"disconnected, process=" << client.processId;
-        if (m_parts.clients.Unregister(client.id))
+    const AgentStatus status = Contain(
+        [&]
         {
-            Note(client, L"gone", std::nullopt);
-        }
-    }
-    catch (const std::bad_alloc&)
+            LOG_INFO << L"disconnected, process=" << client.processId;
+            if (m_parts.clients.Unregister(client.id))
+            {
+                Note(client, L"gone", std::nullopt);
+            }
+        });
+    if (Status::Failed(status))
     {
-        LOG_ERROR << L"no memory to note that a client is gone, process=" << client.processId;
+        LogFailure(L"it is not noted that a client is gone", client, status);
     }
 }
 
 SvcLink::Answer HostHandler::OnCall(const SvcLink::Client& client, const SvcLink::Call& call)
 {
-    try
+    SvcLink::Answer answer;
+    const AgentStatus status = Contain([&] { answer = Dispatch(client, call); });
+    if (Status::Failed(status))
     {
-        return Dispatch(client, call);
+        LogFailure(L"a command failed", client, status);
+        return {status, {}};
     }
-    catch (const std::bad_alloc&)
-    {
-        LOG_ERROR << L"no memory for a command, process=" << client.processId;
-        return {Status::OutOfMemory, {}};
-    }
-    catch (const std::exception&)
-    {
-        LOG_ERROR << L"a command failed, process=" << client.processId;
-        return {Status::Failure, {}};
-    }
+    return answer;
 }
 
 SvcLink::Answer HostHandler::Dispatch(const SvcLink::Client& client, const SvcLink::Call& call)

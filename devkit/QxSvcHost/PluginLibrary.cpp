@@ -3,11 +3,13 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <memory>
 #include <new>
 #include <utility>
 
 #include "ForeignCode.h"
 #include "QxCommon_utility.h"
+#include "VzComn_Exception.h"
 #include "VzComn_Handle.h"
 #include "VzComn_LogFront.h"
 
@@ -144,6 +146,11 @@ public:
                 reply->Set(outcome.reply->c_str(), static_cast<std::uint32_t>(outcome.reply->size()));
             }
             return outcome.status;
+        }
+        catch (VzCommon::Exception::Base* caught)
+        {
+            const std::unique_ptr<VzCommon::Exception::Base> exception(caught);
+            return Status::Failure;
         }
         catch (const std::bad_alloc&)
         {

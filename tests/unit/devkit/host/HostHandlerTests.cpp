@@ -1,7 +1,40 @@
 // The commands of the link, by their message bytes.
 #include "HostFixture.h"
 
+#include <cerrno>
+#include <cstdarg>
+#include <new>
+#include <stdexcept>
+
+#include "ImportPatch.h"
+#include "VzComn_Exception.h"
+
 using HostHandlerTest = HostFixture;
+
+namespace
+{
+class ThrowingPlugin : public SvcHost::Plugin
+{
+public:
+    SvcHost::MailReply OnMail(const SvcHost::MailRequest& mail) override
+    {
+        switch (mail.mailId)
+        {
+        case 1: VZ_THROW(VzCommon::Exception::Base, ERROR_INVALID_HANDLE);
+        case 2: throw std::bad_alloc();
+        default: throw std::out_of_range("number");
+        }
+    }
+};
+
+// What formatting the time comes to without memory.
+int RefuseFormat(wchar_t* /*text*/, std::size_t /*size*/, std::size_t /*count*/, const wchar_t* /*format*/,
+                 va_list /*arguments*/)
+{
+    errno = ENOMEM;
+    return -1;
+}
+} // namespace
 
 TEST_F(HostHandlerTest, RegistersAProcessUnderItsConnection)
 {
@@ -225,6 +258,35 @@ TEST_F(HostHandlerTest, GivesNoHandleIntoAnotherProcess)
     }
     EXPECT_EQ(Send(Plugin::HostProcess, Mail::DuplicateHostHandle, std::nullopt).result,
               Status::InvalidParameter);
+}
+
+TEST_F(HostHandlerTest, AnswersAMailWhosePluginThrows)
+{
+    constexpr std::uint32_t id = 0x4E0300;
+    ASSERT_TRUE(plugins.Add(id, std::make_unique<ThrowingPlugin>()));
+    EXPECT_EQ(Send(id, 1).status, Status::Failure);
+    EXPECT_EQ(Send(id, 2).status, Status::OutOfMemory);
+    EXPECT_EQ(Send(id, 3).status, Status::Failure);
+    EXPECT_EQ(Send(Plugin::EventCenter, Mail::Event).status, Status::Success);
+}
+
+TEST_F(HostHandlerTest, OutlivesAJournalThatHasNoMemoryForTheTime)
+{
+    Register();
+    const TestSupport::ImportPatch patch(nullptr, "_vsnwprintf_s", &RefuseFormat);
+    EXPECT_EQ(Send(Plugin::EventCenter, Mail::Event).status, Status::Failure);
+    EXPECT_EQ(Register().status, Status::Failure);
+    handler.OnDisconnected(client);
+    EXPECT_TRUE(clients.All().empty());
+}
+
+TEST_F(HostHandlerTest, ReadsNoLongRequestForAHandle)
+{
+    std::wstring request = L"{\"pid\":" + std::to_wstring(client.processId) + L"}";
+    request.resize(256, L' ');
+    EXPECT_EQ(Send(Plugin::HostProcess, Mail::DuplicateHostHandle, request).result, Status::Success);
+    request += L' ';
+    EXPECT_EQ(Send(Plugin::HostProcess, Mail::DuplicateHostHandle, request).result, Status::InvalidParameter);
 }
 
 TEST_F(HostHandlerTest, SaysSoWhereItMayNotOpenTheCaller)

@@ -176,3 +176,12 @@ TEST(EventNameTest, TellsEveryEvent)
     EXPECT_EQ(EventName(L"{}"), L"");
     EXPECT_EQ(EventName(L"no JSON"), L"");
 }
+
+TEST(EventNameTest, LooksIntoNoMoreThanTheJournalKeeps)
+{
+    const std::wstring request = L"{\"eventId\":18}";
+    const std::wstring longest = request + std::wstring(SvcHost::LongestEvent - request.size(), L' ');
+    EXPECT_EQ(SvcHost::LongestEvent, Journal::Limits().requestBytes / sizeof(wchar_t));
+    EXPECT_EQ(SvcHost::EventName(longest), L"StartFinished");
+    EXPECT_EQ(SvcHost::EventName(longest + L' '), L"");
+}
