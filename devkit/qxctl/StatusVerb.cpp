@@ -21,6 +21,16 @@ std::wstring AbsentService()
     return LR"({"clients":[],"service":{"name":)" + ControlRequest::Quote(service.name) + LR"(,"state":)" +
            ControlRequest::Quote(StateName(service)) + L"}}";
 }
+
+// What programs get of a service that answers. The state is the service manager's word, as for an absent one:
+// of a service that runs in the foreground the manager knows nothing.
+std::wstring PresentService(QxCommon::JsonDb& reply)
+{
+    QxCommon::JsonDb state;
+    state.ParseFromString(ControlRequest::Quote(StateName(QueryHostService())));
+    reply[L"service"][L"state"].Assign(state);
+    return QxCommon::TrimTrailingLineFeeds(reply.ToFastString());
+}
 } // namespace
 
 int RunStatus(const Arguments& arguments, ControlClient& client, Output& output)
@@ -41,8 +51,7 @@ int RunStatus(const Arguments& arguments, ControlClient& client, Output& output)
         output.Note(L"the service's reply is no JSON; are service and qxctl of one version?");
         return ExitCode::Refused;
     }
-    const bool isWritten = arguments.wantsJson
-                               ? output.Line(QxCommon::TrimTrailingLineFeeds(reply.ToFastString()))
-                               : output.Write(StatusTable(reply));
+    const bool isWritten =
+        arguments.wantsJson ? output.Line(PresentService(reply)) : output.Write(StatusTable(reply));
     return isWritten ? ExitCode::Ok : ExitCode::Refused;
 }

@@ -83,11 +83,21 @@ TEST_F(VerbTest, StatusWithoutClientsIsNoTable)
 
 TEST_F(VerbTest, StatusIsOneLineOfJsonForPrograms)
 {
+    const FakeServiceManager manager(SERVICE_RUNNING);
     EXPECT_EQ(Run({L"status", L"--json"}, {.json = statusReply}), ExitCode::Ok);
     EXPECT_EQ(output.text.find(L'\n'), output.text.size() - 1);
     QxCommon::JsonDb line;
     ASSERT_EQ(line.ParseFromString(output.text), 0U);
     EXPECT_EQ(line[L"clients"][1][L"processId"].AsInt(), 1044);
+    EXPECT_EQ(line[L"service"][L"state"].AsString(), L"running");
+    EXPECT_EQ(line[L"service"][L"processId"].AsInt(), 40);
+}
+
+TEST_F(VerbTest, StatusForProgramsTellsTheManagersStateOfAServiceThatAnswers)
+{
+    const FakeServiceManager manager(SERVICE_STOP_PENDING);
+    EXPECT_EQ(Run({L"status", L"--json"}, {.json = statusReply}), ExitCode::Ok);
+    EXPECT_THAT(output.text, HasSubstr(L"\"state\":\"stop pending\""));
 }
 
 TEST_F(VerbTest, StatusTellsOfAServiceThatIsNotThere)
