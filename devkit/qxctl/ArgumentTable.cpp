@@ -22,7 +22,7 @@ constexpr std::array<VerbRow, 5> verbRows = {{
      L"line of JSON. Fails if \"retCode\" of the reply is negative.\n"
      L"  qxctl send '{\"JD_COMMAND_ID\": 1001, \"modeId\": 100}'\n"},
     {Verb::Watch, L"watch", L"watch", L"Prints each mail and event as it comes.",
-     L"One line of JSON for each record: \"time\", \"processId\", \"pluginId\", \"mailId\", \"request\",\n"
+     L"One line of JSON for each: \"time\", \"processId\", \"pluginId\", \"mailId\", \"request\",\n"
      L"\"event\" and more. Says on the error output when it begins, and when the service goes or\n"
      L"comes back: it goes on by itself.\n"},
     {Verb::Answer, L"answer", L"answer (--plugin N --mail N | --reset)", L"Sets what the service answers.",
@@ -105,7 +105,7 @@ constexpr std::array optionRows = {
     Option{BitOf(Verb::Send), L"--timeout", L"SECONDS", someSeconds,
            L"how long the reply may take, 60 if not given",
            [](Arguments& a, const std::wstring& v) { return TakeSeconds(a.timeoutSeconds, v); }},
-    Option{BitOf(Verb::Watch), L"--count", L"N", aNumber, L"end after so many records",
+    Option{BitOf(Verb::Watch), L"--count", L"N", aNumber, L"end after so many lines",
            [](Arguments& a, const std::wstring& v) { return TakeNumber(a.count, ParseNumber(v)); }},
     Option{BitOf(Verb::Watch), L"--timeout", L"SECONDS", someSeconds,
            L"end after this time; with --count a failure, 4",
@@ -114,6 +114,13 @@ constexpr std::array optionRows = {
            [](Arguments& a, const std::wstring&)
            {
                a.wantsAll = true;
+               return true;
+           }},
+    Option{BitOf(Verb::Watch), L"--everything", nullptr, L"",
+           L"registrations, their ends and the commands sent as well;\n--count counts them then",
+           [](Arguments& a, const std::wstring&)
+           {
+               a.wantsEverything = true;
                return true;
            }},
     Option{BitOf(Verb::Answer), L"--plugin", L"N", aNumber, L"the address: plug-in",

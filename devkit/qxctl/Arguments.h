@@ -42,7 +42,8 @@ struct Arguments
     std::optional<std::uint32_t> timeoutSeconds; // send, watch
 
     std::optional<std::uint32_t> count; // watch
-    bool wantsAll = false;              // watch
+    bool wantsAll = false;              // watch: the past too
+    bool wantsEverything = false;       // watch: other kinds of records too
 
     bool wantsReset = false; // answer
     bool hasPlugin = false;  // answer

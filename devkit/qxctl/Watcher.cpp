@@ -16,6 +16,13 @@ constexpr std::chrono::seconds grace{10};
 constexpr std::chrono::minutes longestLimit{1};
 constexpr std::chrono::seconds shortestLimit{5};
 constexpr std::uint32_t mostRecords = 100;
+
+// What is told unless more is wanted: what clients sent.
+bool IsMailOrEvent(QxCommon::JsonDb& record)
+{
+    const std::wstring kind = record.HasMember(L"kind") ? record[L"kind"].AsString() : std::wstring();
+    return kind == L"mail" || kind == L"event";
+}
 } // namespace
 
 Watcher::Watcher(const Arguments& arguments, ControlClient& client, Output& output)
@@ -108,10 +115,8 @@ Watcher::Step Watcher::Reattach()
 Watcher::Step Watcher::ReadOn()
 {
     const std::chrono::milliseconds wait = TimeLeft(longestWait);
-    const std::uint32_t most =
-        m_arguments.count ? std::min(mostRecords, *m_arguments.count - m_printed) : mostRecords;
     const std::wstring request =
-        ControlRequest::Watch(m_after, static_cast<std::uint32_t>(wait.count()), most);
+        ControlRequest::Watch(m_after, static_cast<std::uint32_t>(wait.count()), mostRecords);
     const MailAnswer answer = Ask(Control::Watch, request, wait);
     QxCommon::JsonDb reply;
     if (answer.Failed() || reply.ParseFromString(answer.json) != 0)
@@ -137,7 +142,12 @@ Watcher::Step Watcher::Print(QxCommon::JsonDb& records)
     }
     for (std::uint32_t i = 0; i < size && !IsDone(); ++i)
     {
-        if (!m_output.Line(RecordLine(records[i])))
+        QxCommon::JsonDb record(records[i]);
+        if (!m_arguments.wantsEverything && !IsMailOrEvent(record))
+        {
+            continue;
+        }
+        if (!m_output.Line(RecordLine(record)))
         {
             return Step::Unread;
         }

@@ -9,7 +9,8 @@
 #include "Output.h"
 #include "QxCommon_JsonDb.h"
 
-// Prints the records of the service's journal as they come, across restarts of the service.
+// Prints the mails and events of the service's journal as they come, or all records if everything is wanted,
+// across restarts of the service.
 class Watcher
 {
 public:

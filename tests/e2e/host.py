@@ -102,7 +102,7 @@ class HostService:
 
     def journal(self) -> list[Json]:
         """Everything that the service's journal holds by now."""
-        finished = self.qxctl("watch", "--all", "--timeout", "0")
+        finished = self.qxctl("watch", "--all", "--everything", "--timeout", "0")
         return [json.loads(line) for line in finished.out.splitlines()]
 
     def records(self, process: int, *kinds: str) -> list[Json]:

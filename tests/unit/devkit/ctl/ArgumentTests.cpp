@@ -85,6 +85,8 @@ TEST(ArgumentsTest, OfWatchAreItsEnds)
     EXPECT_EQ(arguments.count, 3U);
     EXPECT_EQ(arguments.timeoutSeconds, 10U);
     EXPECT_TRUE(arguments.wantsAll);
+    EXPECT_FALSE(arguments.wantsEverything);
+    EXPECT_TRUE(Parsed({L"watch", L"--everything"}).wantsEverything);
     EXPECT_FALSE(Parsed({L"watch"}).count.has_value());
     EXPECT_EQ(ErrorOf({L"watch", L"--timeout", L"4294967"}), L"");
     EXPECT_THAT(ErrorOf({L"watch", L"--timeout", L"4294968"}), HasSubstr(L"is not a number of seconds"));

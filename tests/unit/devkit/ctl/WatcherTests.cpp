@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <map>
+
 #include "ControlMails.h"
 #include "FakeLink.h"
 #include "FakeServiceManager.h"
@@ -17,7 +19,8 @@ struct FakeService
 {
     int processId = 40;
     std::uint64_t newest = 0;
-    std::vector<std::wstring> watches; // requests
+    std::map<std::uint64_t, std::wstring> otherKinds; // of records that are no mails
+    std::vector<std::wstring> watches;                // requests
     std::function<void(FakeService&)> beforeWatch = [](FakeService&) {};
     std::int32_t failure = 0; // of the calls
 
@@ -49,7 +52,10 @@ struct FakeService
         std::wstring records;
         for (std::uint32_t left = request[L"max"].AsUInt(); next < newest && left > 0; --left)
         {
-            records += (records.empty() ? L"" : L",") + (L"{\"sequence\":" + std::to_wstring(++next)) + L"}";
+            const auto other = otherKinds.find(++next);
+            records += (records.empty() ? L"" : L",") +
+                       (L"{\"kind\":\"" + (other != otherKinds.end() ? other->second : L"mail")) +
+                       L"\",\"sequence\":" + std::to_wstring(next) + L"}";
         }
         return L"{\"records\":[" + records + L"],\"lost\":0,\"next\":" + std::to_wstring(next) + L"}";
     }
@@ -77,22 +83,50 @@ TEST_F(WatcherTest, PrintsWhatComesFromNowOn)
     service.newest = 7;
     service.beforeWatch = [](FakeService& s) { s.newest += s.watches.size() > 1 ? 1 : 0; };
     EXPECT_EQ(Run({L"--count", L"2"}), ExitCode::Ok);
-    EXPECT_EQ(output.text, L"{\"sequence\":8}\n{\"sequence\":9}\n");
+    EXPECT_EQ(output.text, L"{\"kind\":\"mail\",\"sequence\":8}\n{\"kind\":\"mail\",\"sequence\":9}\n");
     EXPECT_THAT(output.notes, ElementsAre(L"watching S, process 40"));
     EXPECT_THAT(service.watches,
-                ElementsAre(LR"({"waitMs":0,"fromNow":true})", LR"({"after":7,"waitMs":1000,"max":2})",
-                            LR"({"after":8,"waitMs":1000,"max":1})"));
+                ElementsAre(LR"({"waitMs":0,"fromNow":true})", LR"({"after":7,"waitMs":1000,"max":100})",
+                            LR"({"after":8,"waitMs":1000,"max":100})"));
 }
 
 TEST_F(WatcherTest, BeginsWithTheJournalWhenAllIsWanted)
 {
     service.newest = 250;
     EXPECT_EQ(Run({L"--all", L"--count", L"249"}), ExitCode::Ok);
-    EXPECT_THAT(output.text, ::testing::StartsWith(L"{\"sequence\":1}\n"));
-    EXPECT_THAT(output.text, ::testing::EndsWith(L"{\"sequence\":249}\n"));
+    EXPECT_THAT(output.text, ::testing::StartsWith(L"{\"kind\":\"mail\",\"sequence\":1}\n"));
+    EXPECT_THAT(output.text, ::testing::EndsWith(L"{\"kind\":\"mail\",\"sequence\":249}\n"));
     EXPECT_THAT(service.watches, ElementsAre(LR"({"after":0,"waitMs":1000,"max":100})",
                                              LR"({"after":100,"waitMs":1000,"max":100})",
-                                             LR"({"after":200,"waitMs":1000,"max":49})"));
+                                             LR"({"after":200,"waitMs":1000,"max":100})"));
+}
+
+TEST_F(WatcherTest, PrintsAndCountsMailsAndEventsAlone)
+{
+    service.newest = 8;
+    service.otherKinds = {{1, L"register"},   {3, L"command"}, {4, L"event"},
+                          {5, L"unregister"}, {6, L"gone"},    {7, L"event"}};
+    EXPECT_EQ(Run({L"--all", L"--count", L"3"}), ExitCode::Ok);
+    EXPECT_EQ(output.text, L"{\"kind\":\"mail\",\"sequence\":2}\n"
+                           L"{\"kind\":\"event\",\"sequence\":4}\n"
+                           L"{\"kind\":\"event\",\"sequence\":7}\n");
+}
+
+TEST_F(WatcherTest, PrintsAndCountsEveryRecordWhenEverythingIsWanted)
+{
+    service.newest = 3;
+    service.otherKinds = {{1, L"register"}, {2, L"command"}};
+    EXPECT_EQ(Run({L"--all", L"--everything", L"--count", L"2"}), ExitCode::Ok);
+    EXPECT_EQ(output.text, L"{\"kind\":\"register\",\"sequence\":1}\n"
+                           L"{\"kind\":\"command\",\"sequence\":2}\n");
+}
+
+TEST_F(WatcherTest, EndsInTimeWhereNothingButOtherRecordsCame)
+{
+    service.newest = 2;
+    service.otherKinds = {{1, L"register"}, {2, L"gone"}};
+    EXPECT_EQ(Run({L"--all", L"--timeout", L"0", L"--count", L"1"}), ExitCode::TimedOut);
+    EXPECT_EQ(output.text, L"");
 }
 
 TEST_F(WatcherTest, EndsInTime)
@@ -102,14 +136,15 @@ TEST_F(WatcherTest, EndsInTime)
     EXPECT_EQ(Run({L"--count", L"0"}), ExitCode::Ok);
     service.newest = 3;
     EXPECT_EQ(Run({L"--timeout", L"1", L"--count", L"4", L"--all"}), ExitCode::TimedOut);
-    EXPECT_EQ(output.text, L"{\"sequence\":1}\n{\"sequence\":2}\n{\"sequence\":3}\n");
+    EXPECT_EQ(output.text, L"{\"kind\":\"mail\",\"sequence\":1}\n{\"kind\":\"mail\",\"sequence\":2}\n{"
+                           L"\"kind\":\"mail\",\"sequence\":3}\n");
 }
 
 TEST_F(WatcherTest, TellsWhatIsThereWithoutAnyTime)
 {
     service.newest = 250;
     EXPECT_EQ(Run({L"--all", L"--timeout", L"0"}), ExitCode::Ok);
-    EXPECT_THAT(output.text, ::testing::EndsWith(L"{\"sequence\":250}\n"));
+    EXPECT_THAT(output.text, ::testing::EndsWith(L"{\"kind\":\"mail\",\"sequence\":250}\n"));
 }
 
 TEST_F(WatcherTest, GoesOnWithTheNextServiceFromItsBeginning)
@@ -132,7 +167,7 @@ TEST_F(WatcherTest, GoesOnWithTheNextServiceFromItsBeginning)
     const ParsedArguments parsed = ParseArguments({L"watch", L"--count", L"2"});
     ControlClient client;
     EXPECT_EQ(Watcher(parsed.arguments, client, output).Run(), ExitCode::Ok);
-    EXPECT_EQ(output.text, L"{\"sequence\":1}\n{\"sequence\":2}\n");
+    EXPECT_EQ(output.text, L"{\"kind\":\"mail\",\"sequence\":1}\n{\"kind\":\"mail\",\"sequence\":2}\n");
     EXPECT_THAT(output.notes,
                 ElementsAre(L"watching S, process 40", L"the service is gone; waiting until it is back",
                             L"the service is back: S, process 50"));
@@ -148,7 +183,7 @@ TEST_F(WatcherTest, GoesOnWhereItWasAfterALostConnection)
     const ParsedArguments parsed = ParseArguments({L"watch", L"--count", L"1"});
     ControlClient client;
     EXPECT_EQ(Watcher(parsed.arguments, client, output).Run(), ExitCode::Ok);
-    EXPECT_EQ(output.text, L"{\"sequence\":8}\n");
+    EXPECT_EQ(output.text, L"{\"kind\":\"mail\",\"sequence\":8}\n");
     EXPECT_EQ(output.notes.size(), 3U);
 }
 
@@ -180,6 +215,6 @@ TEST_F(WatcherTest, EndsWhenNobodyReadsIt)
     service.newest = 7;
     output.takes = 2;
     EXPECT_EQ(Run({L"--all"}), ExitCode::Ok);
-    EXPECT_EQ(output.text, L"{\"sequence\":1}\n{\"sequence\":2}\n");
+    EXPECT_EQ(output.text, L"{\"kind\":\"mail\",\"sequence\":1}\n{\"kind\":\"mail\",\"sequence\":2}\n");
 }
 } // namespace
