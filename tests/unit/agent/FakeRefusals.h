@@ -42,6 +42,13 @@ inline HANDLE WINAPI ForbiddenEvent(DWORD /*access*/, BOOL /*inherit*/, const wc
     return nullptr;
 }
 
+inline SC_HANDLE WINAPI ForbiddenManager(const wchar_t* /*machine*/, const wchar_t* /*database*/,
+                                         DWORD /*access*/)
+{
+    ADD_FAILURE() << "the service manager is asked";
+    return nullptr;
+}
+
 inline BOOL WINAPI DeniedStart(SC_HANDLE /*service*/, DWORD /*count*/, const wchar_t** /*arguments*/)
 {
     SetLastError(ERROR_ACCESS_DENIED);

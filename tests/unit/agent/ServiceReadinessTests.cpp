@@ -11,6 +11,7 @@
 #include "../vzcommon/FakeOsVersion.h"
 #include "FakeProduct.h"
 #include "FakeRefusals.h"
+#include "FastSeconds.h"
 #include "ImportPatch.h"
 #include "InstalledService.h"
 #include "LogCapture.h"
@@ -40,31 +41,6 @@ constexpr Windows windows7{"Windows 7", {VER_PLATFORM_WIN32_NT, 6, 1, 1, VER_NT_
 constexpr Windows windows8{"Windows 8", {VER_PLATFORM_WIN32_NT, 6, 2, 0, VER_NT_WORKSTATION}};
 constexpr Windows windows10{"Windows 10", {VER_PLATFORM_WIN32_NT, 10, 0, 0, VER_NT_WORKSTATION}};
 
-constexpr DWORD oneSecond = 1000;
-
-struct Clock
-{
-    void(WINAPI* sleep)(DWORD) = nullptr;
-    DWORD milliseconds = 20;
-    size_t seconds = 0;
-    std::function<void()> action;
-} g_clock;
-
-void WINAPI SleepFaster(DWORD milliseconds)
-{
-    if (milliseconds != oneSecond)
-    {
-        g_clock.sleep(milliseconds);
-        return;
-    }
-    ++g_clock.seconds;
-    if (g_clock.action)
-    {
-        g_clock.action();
-    }
-    g_clock.sleep(g_clock.milliseconds);
-}
-
 std::wstring g_commandLine;
 
 LPWSTR WINAPI FakeGetCommandLineW()
@@ -90,12 +66,7 @@ class ServiceReadinessTest : public ::testing::Test
 
 protected:
     // The log asks for the version already.
-    explicit ServiceReadinessTest(const Windows& windows = windows10) : m_version(windows.system)
-    {
-        g_clock = {m_sleep.Original<void WINAPI(DWORD)>(), 20, 0, {}};
-    }
-
-    ~ServiceReadinessTest() override { g_clock.action = {}; }
+    explicit ServiceReadinessTest(const Windows& windows = windows10) : m_version(windows.system) {}
 
     void Install(const std::wstring& mode)
     {
@@ -120,14 +91,15 @@ protected:
     void PlayWatchdog()
     {
         MakeEvent();
-        g_clock.action = [this]
-        {
-            if (IsAsked())
+        seconds.InEach(
+            [this]
             {
-                ++requests;
-                service->Start();
-            }
-        };
+                if (IsAsked())
+                {
+                    ++requests;
+                    service->Start();
+                }
+            });
     }
 
     [[nodiscard]] bool IsAsked() const { return WaitForSingleObject(request.Handle(), 0) == WAIT_OBJECT_0; }
@@ -163,11 +135,11 @@ protected:
     VzCommon::Synchronize::Event request;
     int requests = 0; // that the played watchdog has heard
     CStartHelper helper;
+    TestSupport::FastSeconds seconds{20};
 
 private:
     TestSupport::LogCapture m_log{logLevels};
     ImportPatch m_commandLine{nullptr, "GetCommandLineW", &FakeGetCommandLineW};
-    ImportPatch m_sleep{nullptr, "Sleep", &SleepFaster};
 };
 
 constexpr const wchar_t* waitTimedOut =
@@ -205,7 +177,7 @@ TEST_P(AnyReadinessTest, ModeOneIsContentWithARunningServiceAtOnceAndOpensNoEven
     MakeEvent();
     const ImportPatch event(nullptr, "OpenEventW", &ForbiddenEvent);
     EXPECT_EQ(Check(L"1"), Status::Success);
-    EXPECT_EQ(g_clock.seconds, 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_FALSE(IsAsked());
     EXPECT_THAT(Texts(), ElementsAre(L"[INFO],[], ==> CStartHelper::CheckQxSvc",
                                      L"[INFO],[], ==> CStartHelper::WaitQxSvc",
@@ -217,14 +189,15 @@ TEST_P(ModernReadinessTest, ModeOneWaitsForAServiceThatIsJustStarting)
 {
     Install(L"normal");
     MakeEvent();
-    g_clock.milliseconds = 1000;
-    g_clock.action = [this]
-    {
-        if (g_clock.seconds == 1)
+    seconds.LetLast(1000);
+    seconds.InEach(
+        [this]
         {
-            service->Start();
-        }
-    };
+            if (seconds.Count() == 1)
+            {
+                service->Start();
+            }
+        });
     EXPECT_EQ(Check(L"1"), Status::Success);
     EXPECT_FALSE(IsAsked());
     EXPECT_THAT(Lines(), ElementsAre());
@@ -234,7 +207,7 @@ TEST_P(ModernReadinessTest, ModeOneEndsWithoutAWatchdogAfterThreeSeconds)
 {
     Install(L"normal");
     EXPECT_EQ(Check(L"1"), Status::NotFound);
-    EXPECT_EQ(g_clock.seconds, 3U);
+    EXPECT_EQ(seconds.Count(), 3U);
     EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_STOPPED));
     EXPECT_THAT(Lines(),
                 ElementsAre(waitTimedOut, L"@@@ : [WARN] QxWatchDog does not exist, just return..."));
@@ -244,15 +217,16 @@ TEST_P(ModernReadinessTest, ModeOneAsksTheWatchdogThatIsThere)
 {
     Install(L"slow-start 100");
     PlayWatchdog();
-    g_clock.action = [this, asked = g_clock.action]
-    {
-        // The first three seconds only watch.
-        EXPECT_TRUE(g_clock.seconds > 3 || service->State() == SERVICE_STOPPED);
-        if (g_clock.seconds > 3)
+    seconds.InEach(
+        [this, asked = seconds.Action()]
         {
-            asked();
-        }
-    };
+            // The first three seconds only watch.
+            EXPECT_TRUE(seconds.Count() > 3 || service->State() == SERVICE_STOPPED);
+            if (seconds.Count() > 3)
+            {
+                asked();
+            }
+        });
     EXPECT_EQ(Check(L"1"), Status::Success);
     EXPECT_EQ(requests, 1);
     EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_RUNNING));
@@ -263,9 +237,9 @@ TEST_P(ModernReadinessTest, ModeOneReportsAWatchdogThatDoesNotBringTheServiceUp)
 {
     Install(L"normal");
     MakeEvent();
-    g_clock.milliseconds = 0;
+    seconds.LetLast(0);
     EXPECT_EQ(Check(L"1"), Status::FromBits(0xE0FE05B4));
-    EXPECT_EQ(g_clock.seconds, 123U);
+    EXPECT_EQ(seconds.Count(), 123U);
     EXPECT_TRUE(IsAsked());
     EXPECT_THAT(Lines(), ElementsAre(waitTimedOut, watchTimedOut,
                                      L"!!! : [ERROR] Start service failed with 0xe0fe05b4"));
@@ -274,7 +248,7 @@ TEST_P(ModernReadinessTest, ModeOneReportsAWatchdogThatDoesNotBringTheServiceUp)
 TEST_P(ModernReadinessTest, ModeOneWaitsForNothingThatIsNotInstalled)
 {
     EXPECT_EQ(Check(L"1"), Status::NotFound);
-    EXPECT_EQ(g_clock.seconds, 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_THAT(Lines(),
                 ElementsAre(L"!!! : [ERROR] VzCommon::Service::Base::Open() failed... ErrorCode = 1060",
                             L"@@@ : [WARN] QxWatchDog does not exist, just return..."));
@@ -284,9 +258,9 @@ TEST_F(OldReadinessTest, ModeOneWaitsTenMinutesAndAsksNobody)
 {
     Install(L"normal");
     MakeEvent();
-    g_clock.milliseconds = 0;
+    seconds.LetLast(0);
     EXPECT_EQ(Check(L"1"), Status::FromBits(0xE0FE05B4));
-    EXPECT_EQ(g_clock.seconds, 603U);
+    EXPECT_EQ(seconds.Count(), 603U);
     EXPECT_FALSE(IsAsked());
     EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_STOPPED));
     EXPECT_THAT(Lines(), ElementsAre(waitTimedOut, waitTimedOut,
@@ -296,14 +270,15 @@ TEST_F(OldReadinessTest, ModeOneWaitsTenMinutesAndAsksNobody)
 TEST_F(OldReadinessTest, ModeOneGoesOnWhenTheServiceComesLate)
 {
     Install(L"slow-start 100");
-    g_clock.milliseconds = 5;
-    g_clock.action = [this]
-    {
-        if (g_clock.seconds == 20)
+    seconds.LetLast(5);
+    seconds.InEach(
+        [this]
         {
-            service->Start();
-        }
-    };
+            if (seconds.Count() == 20)
+            {
+                service->Start();
+            }
+        });
     EXPECT_EQ(Check(L"1"), Status::Success);
     EXPECT_THAT(Lines(), ElementsAre(waitTimedOut));
 }
@@ -311,7 +286,7 @@ TEST_F(OldReadinessTest, ModeOneGoesOnWhenTheServiceComesLate)
 TEST_F(OldReadinessTest, ModeOneReportsAServiceThatIsNotInstalled)
 {
     EXPECT_EQ(Check(L"1"), Status::FromBits(0xE0FE0424));
-    EXPECT_EQ(g_clock.seconds, 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_THAT(Lines(),
                 ElementsAre(L"!!! : [ERROR] VzCommon::Service::Base::Open() failed... ErrorCode = 1060",
                             L"!!! : [ERROR] VzCommon::Service::Base::Open() failed... ErrorCode = 1060",
@@ -372,7 +347,7 @@ TEST_P(AnyReadinessTest, OtherModesAskTheWatchdogEvenForARunningService)
     MakeEvent();
     EXPECT_EQ(Check(L"5"), Status::Success);
     EXPECT_TRUE(IsAsked());
-    EXPECT_EQ(g_clock.seconds, 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
 }
 
 TEST_P(AnyReadinessTest, OtherModesAreContentWithARunningServiceAndNoWatchdog)
@@ -386,9 +361,9 @@ TEST_P(AnyReadinessTest, OtherModesReportAWatchdogThatDoesNotBringTheServiceUp)
 {
     Install(L"normal");
     MakeEvent();
-    g_clock.milliseconds = 0;
+    seconds.LetLast(0);
     EXPECT_EQ(Check(L"5"), Status::FromBits(0xE0FE05B4));
-    EXPECT_EQ(g_clock.seconds, 120U);
+    EXPECT_EQ(seconds.Count(), 120U);
     EXPECT_THAT(Lines(), ElementsAre(watchTimedOut, L"!!! : [ERROR] Start service failed with 0xe0fe05b4"));
 }
 
@@ -398,7 +373,7 @@ TEST_P(AnyReadinessTest, OtherModesRelaunchWhenTheyMayNotStartTheService)
     const ImportPatch shell(nullptr, "ShellExecuteW", &NoteLaunch);
     EXPECT_EQ(Check(L"5"), Status::FromBits(0xE0FE0005));
     EXPECT_EQ(g_launches, 1);
-    EXPECT_EQ(g_clock.seconds, 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::Open() failed: 0x00000005"));
 }
 
@@ -423,12 +398,38 @@ TEST_P(AnyReadinessTest, OtherModesDoNotRelaunchForAnotherFailure)
 
 TEST_P(AnyReadinessTest, OtherModesDoNotRelaunchWhenTheyMayNotAskTheWatchdog)
 {
-    g_clock.milliseconds = 0;
+    seconds.LetLast(0);
     const ImportPatch event(nullptr, "OpenEventW", &DeniedEvent);
     const ImportPatch shell(nullptr, "ShellExecuteW", &NoteLaunch);
     EXPECT_EQ(Check(L"5"), Status::FromBits(0xE0FE0005));
     EXPECT_EQ(g_launches, 0);
-    EXPECT_EQ(g_clock.seconds, 120U);
+    EXPECT_EQ(seconds.Count(), 120U);
     EXPECT_THAT(Lines(), ElementsAre(L"!!! OpenEvent for WATCHDOG_EVENT_START_SERVICE failed: 0x00000005",
                                      L"!!! : [ERROR] Start service failed with 0xe0fe0005"));
+}
+
+TEST_P(AnyReadinessTest, OtherModesAwaitAStopThatIsUnderWayAndStartOneSecondLater)
+{
+    Install(L"slow-stop 300");
+    service->Start();
+    ASSERT_TRUE(service->Reaches(SERVICE_RUNNING));
+    service->Stop();
+    std::vector<DWORD> states;
+    seconds.InEach([&] { states.push_back(service->State()); });
+    EXPECT_EQ(Check(L"5"), Status::Success);
+    ASSERT_GE(states.size(), 2U);
+    EXPECT_EQ(states.front(), static_cast<DWORD>(SERVICE_STOP_PENDING));
+    EXPECT_THAT(states, ::testing::Contains(static_cast<DWORD>(SERVICE_STOPPED)));
+    EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_RUNNING));
+}
+
+TEST_P(AnyReadinessTest, WithoutAWatchdogAStopDoesNotLookAtTheService)
+{
+    InstallRunning();
+    {
+        const ImportPatch manager(nullptr, "OpenSCManagerW", &ForbiddenManager);
+        EXPECT_EQ(QxCommon::StopServiceByWatchdog(true, 120), Status::Success);
+    }
+    EXPECT_EQ(seconds.Count(), 0U);
+    EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_RUNNING));
 }

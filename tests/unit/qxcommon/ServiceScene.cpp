@@ -4,48 +4,6 @@
 
 using VzCommon::KernelHandle;
 
-namespace
-{
-
-constexpr DWORD second = 1000;
-
-struct Clock
-{
-    void(WINAPI* sleep)(DWORD) = nullptr;
-    DWORD milliseconds = 0;
-    size_t seconds = 0;
-    std::function<void()> action;
-} g_clock;
-
-// Everything else that sleeps in this program does so in earnest.
-void WINAPI SleepFaster(DWORD milliseconds)
-{
-    if (milliseconds != second)
-    {
-        g_clock.sleep(milliseconds);
-        return;
-    }
-    ++g_clock.seconds;
-    if (g_clock.action)
-    {
-        g_clock.action();
-    }
-    g_clock.sleep(g_clock.milliseconds);
-    SetLastError(ERROR_INVALID_DATA); // a sleep may leave anything
-}
-
-} // namespace
-
-ServiceScene::ServiceScene() : m_sleep(nullptr, "Sleep", &SleepFaster)
-{
-    g_clock = {m_sleep.Original<void WINAPI(DWORD)>(), 50, 0, {}};
-}
-
-ServiceScene::~ServiceScene()
-{
-    g_clock.action = {};
-}
-
 void ServiceScene::Install(const std::wstring& mode, DWORD startType)
 {
     service.emplace(QxCommon::GetServiceName(), mode, startType);
@@ -68,7 +26,7 @@ void ServiceScene::InstallStopPending()
 void ServiceScene::PlayWatchdog(const std::wstring& eventName, std::function<void()> answer)
 {
     ASSERT_TRUE(event.CreateGlobal(eventName, false, false, false, nullptr));
-    InEachSecond(
+    seconds.InEach(
         [this, answer = std::move(answer)]
         {
             if (IsSignalled())
@@ -101,19 +59,4 @@ std::vector<std::wstring> ServiceScene::Lines() const
         lines.push_back(message.tag + L' ' + message.text);
     }
     return lines;
-}
-
-size_t ServiceScene::Seconds() const
-{
-    return g_clock.seconds;
-}
-
-void ServiceScene::InEachSecond(std::function<void()> action)
-{
-    g_clock.action = std::move(action);
-}
-
-void ServiceScene::LetSecondsLast(DWORD milliseconds)
-{
-    g_clock.milliseconds = milliseconds;
 }

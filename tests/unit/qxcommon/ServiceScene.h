@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FastSeconds.h"
 #include "ImportPatch.h"
 #include "InstalledService.h"
 #include "LogCapture.h"
@@ -18,9 +19,6 @@
 class ServiceScene : public testing::Test
 {
 protected:
-    ServiceScene();
-    ~ServiceScene() override;
-
     // Installs the test service under the product's service name.
     void Install(const std::wstring& mode, DWORD startType = SERVICE_DEMAND_START);
     void InstallRunning(const std::wstring& mode);
@@ -37,20 +35,13 @@ protected:
     // The log's lines: level tag and text, "!!! Service is already running...".
     [[nodiscard]] std::vector<std::wstring> Lines() const;
 
-    // How many seconds the code under test has slept, and what it finds in each.
-    [[nodiscard]] size_t Seconds() const;
-    void InEachSecond(std::function<void()> action);
-
-    // How long a second takes from now on.
-    void LetSecondsLast(DWORD milliseconds);
-
+    TestSupport::FastSeconds seconds{50};
     std::optional<TestSupport::InstalledService> service;
     VzCommon::Synchronize::Event event;
 
 private:
     VzCommon::KernelHandle m_forbidden;
     TestSupport::LogCapture m_log{0x0111}; // everything but DEBUG
-    TestSupport::ImportPatch m_sleep;
 };
 
 // The status of a failed system call.

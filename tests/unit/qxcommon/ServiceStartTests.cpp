@@ -17,9 +17,9 @@ namespace
 class ServiceStartTest : public ServiceScene
 {
 protected:
-    AgentStatus StartDirect(bool waitRunning = true, std::uint32_t seconds = 120)
+    AgentStatus StartDirect(bool waitRunning = true, std::uint32_t limitSeconds = 120)
     {
-        return StartServiceDirect(GetServiceName(), waitRunning, seconds);
+        return StartServiceDirect(GetServiceName(), waitRunning, limitSeconds);
     }
 };
 
@@ -131,40 +131,40 @@ TEST_F(ServiceStartTest, AsksTheWatchdogEvenForARunningService)
     ASSERT_TRUE(event.CreateGlobal(GetStartRequestEventName(), false, false, false, nullptr));
     EXPECT_EQ(StartServiceByWatchdog(120), Status::Success);
     EXPECT_TRUE(IsSignalled());
-    EXPECT_EQ(Seconds(), 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
 TEST_F(ServiceStartTest, GivesAWatchdogThatIsJustStartingTheTimeForItsEvent)
 {
     InstallRunning(L"normal");
-    InEachSecond(
+    seconds.InEach(
         [this]
         {
-            if (Seconds() == 3)
+            if (seconds.Count() == 3)
             {
                 EXPECT_TRUE(event.CreateGlobal(GetStartRequestEventName(), false, false, false, nullptr));
             }
         });
     EXPECT_EQ(StartServiceByWatchdog(120), Status::Success);
-    EXPECT_EQ(Seconds(), 3U);
+    EXPECT_EQ(seconds.Count(), 3U);
     EXPECT_TRUE(IsSignalled());
 }
 
 TEST_F(ServiceStartTest, TriesOnceASecondForAWatchdogThatNeverComes)
 {
-    LetSecondsLast(0);
+    seconds.LetLast(0);
     EXPECT_EQ(StartServiceByWatchdog(120), Failed(0xE0FE0002));
-    EXPECT_EQ(Seconds(), 120U);
+    EXPECT_EQ(seconds.Count(), 120U);
     EXPECT_THAT(Lines(), ElementsAre(L"!!! OpenEvent for WATCHDOG_EVENT_START_SERVICE failed: 0x00000002"));
 }
 
 TEST_F(ServiceStartTest, FailsAfterAllTriesWhenItMayNotSignalTheWatchdog)
 {
-    LetSecondsLast(0);
+    seconds.LetLast(0);
     ForbidToSignal(GetStartRequestEventName());
     EXPECT_EQ(StartServiceByWatchdog(120), Failed(0xE0FE0005));
-    EXPECT_EQ(Seconds(), 120U);
+    EXPECT_EQ(seconds.Count(), 120U);
     EXPECT_THAT(Lines(), ElementsAre(L"!!! OpenEvent for WATCHDOG_EVENT_START_SERVICE failed: 0x00000005"));
 }
 
@@ -178,10 +178,10 @@ TEST_F(ServiceStartTest, WritesTheErrorOfTheStartEventInCapitals)
 TEST_F(ServiceStartTest, ReportsAServiceThatTheWatchdogDoesNotBringUp)
 {
     Install(L"stuck-start");
-    LetSecondsLast(1);
+    seconds.LetLast(1);
     PlayWatchdog(GetStartRequestEventName(), [this] { service->Start(); });
     EXPECT_EQ(StartServiceByWatchdog(120), Failed(0xE0FE05B4));
-    EXPECT_EQ(Seconds(), 120U);
+    EXPECT_EQ(seconds.Count(), 120U);
     EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::WaitStatus() failed: 0x000005B4"));
 }
 
@@ -189,7 +189,7 @@ TEST_F(ServiceStartTest, ReportsAServiceThatIsNotInstalledThoughTheWatchdogIsAsk
 {
     ASSERT_TRUE(event.CreateGlobal(GetStartRequestEventName(), false, false, false, nullptr));
     EXPECT_EQ(StartServiceByWatchdog(120), Failed(0xE0FE0424));
-    EXPECT_EQ(Seconds(), 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_TRUE(IsSignalled());
     EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::Open() failed: 0x00000424"));
 }
@@ -220,7 +220,7 @@ TEST_F(ServiceStartTest, StartsDirectlyWithoutWaiting)
 {
     Install(L"stuck-start");
     EXPECT_EQ(StartDirect(false), Status::Success);
-    EXPECT_EQ(Seconds(), 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_THAT(Lines(), IsEmpty());
     EXPECT_TRUE(service->Reaches(SERVICE_START_PENDING));
 }
@@ -230,7 +230,7 @@ TEST_F(ServiceStartTest, LeavesARunningServiceAlone)
     InstallRunning(L"normal");
     const DWORD processId = service->ProcessId();
     EXPECT_EQ(StartDirect(), Status::Success);
-    EXPECT_EQ(Seconds(), 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_EQ(service->ProcessId(), processId);
     EXPECT_THAT(Lines(), ElementsAre(L"@@@ Service is already running..."));
 }
@@ -242,7 +242,7 @@ TEST_F(ServiceStartTest, AwaitsAStartThatIsUnderWayEvenWithoutWaiting)
     ASSERT_TRUE(service->Reaches(SERVICE_START_PENDING));
     EXPECT_EQ(StartDirect(false), Status::Success);
     EXPECT_EQ(service->State(), static_cast<DWORD>(SERVICE_RUNNING));
-    EXPECT_GE(Seconds(), 1U);
+    EXPECT_GE(seconds.Count(), 1U);
     EXPECT_THAT(Lines(), IsEmpty());
 }
 
@@ -252,7 +252,7 @@ TEST_F(ServiceStartTest, ReportsAStartUnderWayThatDoesNotEnd)
     service->Start();
     ASSERT_TRUE(service->Reaches(SERVICE_START_PENDING));
     EXPECT_EQ(StartDirect(false, 3), Failed(0xE0FE05B4));
-    EXPECT_EQ(Seconds(), 3U);
+    EXPECT_EQ(seconds.Count(), 3U);
     EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::WaitStatus() failed: 0x000005B4"));
 }
 
@@ -260,7 +260,7 @@ TEST_F(ServiceStartTest, AwaitsAStopThatIsUnderWayAndStartsOneSecondLater)
 {
     InstallStopPending();
     std::vector<DWORD> states;
-    InEachSecond([&] { states.push_back(service->State()); });
+    seconds.InEach([&] { states.push_back(service->State()); });
     EXPECT_EQ(StartDirect(false), Status::Success);
     ASSERT_GE(states.size(), 2U);
     EXPECT_EQ(states.front(), static_cast<DWORD>(SERVICE_STOP_PENDING));
@@ -274,16 +274,16 @@ TEST_F(ServiceStartTest, ReportsAStopUnderWayThatDoesNotEnd)
     InstallRunning(L"slow-stop 60000");
     service->Stop();
     EXPECT_EQ(StartDirect(true, 3), Failed(0xE0FE05B4));
-    EXPECT_EQ(Seconds(), 3U);
+    EXPECT_EQ(seconds.Count(), 3U);
     EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::WaitStatus() failed: 0x000005B4"));
 }
 
 TEST_F(ServiceStartTest, ReportsAStartedServiceThatDoesNotComeUp)
 {
     Install(L"stuck-start");
-    LetSecondsLast(1);
+    seconds.LetLast(1);
     EXPECT_EQ(StartDirect(), Failed(0xE0FE05B4));
-    EXPECT_EQ(Seconds(), 120U);
+    EXPECT_EQ(seconds.Count(), 120U);
     EXPECT_THAT(Lines(),
                 ElementsAre(L"!!! VzCommon::Service::Base::WaitStatus(SERVICE_RUNNING) failed: 0x000005B4"));
 }
@@ -314,7 +314,7 @@ TEST_F(ServiceStartTest, ReportsAServiceThatIsNotInstalled)
 {
     EXPECT_EQ(StartDirect(), Failed(0xE0FE0424));
     EXPECT_EQ(StartServiceDirect(L"", true, 120), Failed(0xE0FE00A0));
-    EXPECT_EQ(Seconds(), 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::Open() failed: 0x00000424",
                                      L"!!! VzCommon::Service::Base::Open() failed: 0x000000A0"));
 }

@@ -21,9 +21,9 @@ namespace
 class ServiceStopTest : public ServiceScene
 {
 protected:
-    AgentStatus StopDirect(std::uint32_t seconds = 120)
+    AgentStatus StopDirect(std::uint32_t limitSeconds = 120)
     {
-        return StopServiceDirect(GetServiceName(), seconds);
+        return StopServiceDirect(GetServiceName(), limitSeconds);
     }
 
     void MakeEvent()
@@ -109,7 +109,7 @@ TEST_F(ServiceStopTest, AsksTheWatchdogEvenForAStoppedService)
     MakeEvent();
     EXPECT_EQ(StopServiceByWatchdog(false, 120), Status::Success);
     EXPECT_TRUE(IsSignalled());
-    EXPECT_EQ(Seconds(), 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
 }
 
 TEST_F(ServiceStopTest, IsContentWithoutAWatchdogAndDoesNotLookAtTheService)
@@ -118,7 +118,7 @@ TEST_F(ServiceStopTest, IsContentWithoutAWatchdogAndDoesNotLookAtTheService)
     const ImportPatch patch(nullptr, "OpenSCManagerW", &CountedManager);
     EXPECT_EQ(StopServiceByWatchdog(true, 120), Status::Success);
     EXPECT_EQ(g_calls, 0);
-    EXPECT_EQ(Seconds(), 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_THAT(Lines(), ElementsAre(L"@@@ QxWatchDog is already exit..."));
 }
 
@@ -126,7 +126,7 @@ TEST_F(ServiceStopTest, ReportsAnEventThatItMayNotSignal)
 {
     ForbidToSignal(GetStopRequestEventName());
     EXPECT_EQ(StopServiceByWatchdog(true, 120), Failed(0xE0FE0005));
-    EXPECT_EQ(Seconds(), 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_THAT(Lines(), ElementsAre(L"!!! OpenEvent for WATCHDOG_EVENT_STOP_SERVICE failed: 0x00000005"));
 }
 
@@ -140,12 +140,12 @@ TEST_F(ServiceStopTest, WritesTheErrorOfTheStopEventInSmallLetters)
 TEST_F(ServiceStopTest, ReportsAServiceThatTheWatchdogDoesNotStopAndNeverForcesIt)
 {
     InstallRunning(L"normal");
-    LetSecondsLast(0);
+    seconds.LetLast(0);
     MakeEvent();
     g_calls = 0;
     const ImportPatch patch(nullptr, "ControlService", &CountedControl);
     EXPECT_EQ(StopServiceByWatchdog(true, 120), Failed(0xE0FE05B4));
-    EXPECT_EQ(Seconds(), 120U);
+    EXPECT_EQ(seconds.Count(), 120U);
     EXPECT_EQ(g_calls, 0);
     EXPECT_TRUE(IsSignalled());
     EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::WaitStatus() failed: 0x000005B4"));
@@ -182,7 +182,7 @@ TEST_F(ServiceStopTest, IsContentWithAStoppedService)
 {
     Install(L"normal");
     EXPECT_EQ(StopDirect(), Status::Success);
-    EXPECT_EQ(Seconds(), 0U);
+    EXPECT_EQ(seconds.Count(), 0U);
     EXPECT_THAT(Lines(), ElementsAre(L"@@@ Service is already stopped..."));
 }
 
@@ -200,7 +200,7 @@ TEST_F(ServiceStopTest, AwaitsAStartThatIsUnderWayAndStopsOneSecondLater)
     service->Start();
     ASSERT_TRUE(service->Reaches(SERVICE_START_PENDING));
     std::vector<DWORD> states;
-    InEachSecond([&] { states.push_back(service->State()); });
+    seconds.InEach([&] { states.push_back(service->State()); });
     EXPECT_EQ(StopDirect(), Status::Success);
     EXPECT_THAT(states, testing::IsSupersetOf({static_cast<DWORD>(SERVICE_START_PENDING),
                                                static_cast<DWORD>(SERVICE_RUNNING)}));
@@ -220,7 +220,7 @@ TEST_F(ServiceStopTest, ReportsAServiceThatDoesNotEnd)
     InstallRunning(L"slow-stop 60000");
     EXPECT_EQ(StopDirect(3), Failed(0xE0FE05B4));
     EXPECT_EQ(StopDirect(3), Failed(0xE0FE05B4)); // which is under way now
-    EXPECT_EQ(Seconds(), 6U);
+    EXPECT_EQ(seconds.Count(), 6U);
     EXPECT_THAT(Lines(), ElementsAre(L"!!! VzCommon::Service::Base::WaitStatus() failed: 0x000005B4",
                                      L"!!! VzCommon::Service::Base::WaitStatus() failed: 0x000005B4"));
 }
