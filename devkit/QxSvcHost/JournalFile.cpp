@@ -2,48 +2,19 @@
 
 #include <windows.h>
 
-#include <sddl.h>
 #include <shlobj.h>
 
 #include <array>
 #include <utility>
 
 #include "FrwkMode.h"
+#include "JournalFolder.h"
 #include "QxCommon_JsonText.h"
 #include "QxCommon_utility.h"
 #include "VzComn_LogFront.h"
 
 namespace SvcHost
 {
-namespace
-{
-// Protected: full access for the system and administrators, nobody else.
-constexpr wchar_t folderRights[] = L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)";
-
-// A link would lead the service's writing elsewhere.
-bool IsPlainFolder(const std::wstring& path)
-{
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
-           (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
-}
-
-bool EnsureFolder(const std::wstring& path)
-{
-    SECURITY_ATTRIBUTES rights{sizeof(rights), nullptr, FALSE};
-    if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(folderRights, SDDL_REVISION_1,
-                                                              &rights.lpSecurityDescriptor, nullptr))
-    {
-        return false;
-    }
-    const VzCommon::LocalMemory descriptor(rights.lpSecurityDescriptor);
-    const std::wstring parent = path.substr(0, path.rfind(L'\\'));
-    CreateDirectoryW(parent.c_str(), nullptr);
-    CreateDirectoryW(path.c_str(), &rights);
-    return IsPlainFolder(parent) && IsPlainFolder(path);
-}
-} // namespace
-
 JournalFile::JournalFile(std::wstring path, std::uint64_t cap) : m_path(std::move(path)), m_cap(cap)
 {
     if (!m_path.empty())
@@ -54,12 +25,8 @@ JournalFile::JournalFile(std::wstring path, std::uint64_t cap) : m_path(std::mov
 
 void JournalFile::Open()
 {
-    if (EnsureFolder(m_path.substr(0, m_path.rfind(L'\\'))))
-    {
-        m_file.Reset(CreateFileW(m_path.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                                 nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT,
-                                 nullptr));
-    }
+    JournalFolder folder(m_path.substr(0, m_path.rfind(L'\\'))); // held until the file is open
+    m_file = folder.OpenFile(m_path);
     LARGE_INTEGER size{};
     if (m_file && GetFileSizeEx(m_file.Get(), &size))
     {
@@ -69,7 +36,9 @@ void JournalFile::Open()
     m_file.Reset();
     if (!std::exchange(m_failed, true))
     {
-        LOG_WARN << L"the journal's file cannot be written, file=" << m_path;
+        const wchar_t* refusal = folder.Refusal();
+        LOG_ERROR << L"the journal is not written, file=" << m_path << L", reason: "
+                  << (refusal != nullptr ? refusal : L"the file has no size");
     }
 }
 

@@ -16,7 +16,8 @@ class JournalFile
 public:
     static constexpr std::uint64_t Cap = std::uint64_t{10} << 20U;
 
-    // An empty path writes nothing. The folder is made if it is missing.
+    // An empty path writes nothing. The folder is made if it is missing; in one that somebody else made
+    // nothing is written.
     explicit JournalFile(std::wstring path, std::uint64_t cap = Cap);
 
     void Write(const std::wstring& line);

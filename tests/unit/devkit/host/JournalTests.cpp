@@ -1,15 +1,22 @@
 // The bounds of the journal, in memory and on disk.
 #include "Journal.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <windows.h>
 
+#include <aclapi.h>
+#include <sddl.h>
+
+#include <filesystem>
 #include <thread>
 
 #include "EventNames.h"
+#include "ImportPatch.h"
+#include "LogCapture.h"
 #include "QxCommon_JsonDb.h"
 #include "TempDir.h"
+#include "VzComn_Handle.h"
 
 namespace
 {
@@ -23,6 +30,41 @@ JournalRecord Record(const std::wstring& request)
     record.kind = L"mail";
     record.request = request;
     return record;
+}
+
+void MakeFolder(const std::wstring& path, const wchar_t* rights)
+{
+    SECURITY_ATTRIBUTES attributes{sizeof(attributes), nullptr, FALSE};
+    ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(
+        rights, SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr));
+    const VzCommon::LocalMemory descriptor(attributes.lpSecurityDescriptor);
+    ASSERT_TRUE(CreateDirectoryW(path.c_str(), &attributes));
+}
+
+std::wstring RightsOf(const std::wstring& path)
+{
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    std::wstring name = path;
+    EXPECT_EQ(GetNamedSecurityInfoW(name.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
+                                    nullptr, nullptr, &descriptor),
+              static_cast<DWORD>(ERROR_SUCCESS));
+    const VzCommon::LocalMemory owner(descriptor);
+    wchar_t* text = nullptr;
+    EXPECT_TRUE(ConvertSecurityDescriptorToStringSecurityDescriptorW(
+        descriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text, nullptr));
+    const VzCommon::LocalMemory textOwner(text);
+    return text != nullptr ? text : L"";
+}
+
+// Every object belongs to the users.
+DWORD WINAPI TellAStranger(HANDLE /*object*/, SE_OBJECT_TYPE /*type*/, SECURITY_INFORMATION /*what*/,
+                           PSID* owner, PSID* /*group*/, PACL* /*dacl*/, PACL* /*sacl*/,
+                           PSECURITY_DESCRIPTOR* descriptor)
+{
+    DWORD size = SECURITY_MAX_SID_SIZE;
+    *descriptor = LocalAlloc(LMEM_FIXED, size);
+    *owner = *descriptor;
+    return CreateWellKnownSid(WinBuiltinUsersSid, nullptr, *owner, &size) ? ERROR_SUCCESS : GetLastError();
 }
 } // namespace
 
@@ -129,6 +171,34 @@ TEST(JournalTest, LosesNothingInMemoryWhereTheFileCannotBeWritten)
     Journal journal(folder.Path(L"Host\\Test.jsonl"));
     journal.Add(Record(L"x"));
     EXPECT_EQ(journal.Last(), 1U);
+}
+
+TEST(JournalTest, TakesTheFolderOfEverybodyForAdministratorsAlone)
+{
+    const TestSupport::TempDir folder;
+    const std::wstring path = folder.Path(L"Host");
+    MakeFolder(path, L"D:(A;OICI;FA;;;WD)");
+    const std::wstring file = folder.Write(L"Host\\Test.jsonl", "old\n");
+    ASSERT_NE(RightsOf(path).find(L";WD)"), std::wstring::npos);
+    ASSERT_NE(RightsOf(file).find(L";WD)"), std::wstring::npos);
+    Journal(path + L"\\Test.jsonl").Add(Record(L"x"));
+    EXPECT_GT(folder.Read(L"Host\\Test.jsonl").size(), 10U);
+    EXPECT_EQ(RightsOf(file).find(L";WD)"), std::wstring::npos) << RightsOf(file).c_str();
+    EXPECT_EQ(RightsOf(path).find(L";WD)"), std::wstring::npos) << RightsOf(path).c_str();
+}
+
+TEST(JournalTest, WritesNothingIntoAFolderOfSomebodyElse)
+{
+    const TestSupport::LogCapture log;
+    const TestSupport::TempDir folder;
+    const std::wstring path = folder.Path(L"Host");
+    MakeFolder(path, L"D:(A;OICI;FA;;;WD)");
+    const TestSupport::ImportPatch patch(nullptr, "GetSecurityInfo", &TellAStranger);
+    Journal journal(path + L"\\Test.jsonl");
+    journal.Add(Record(L"x"));
+    EXPECT_EQ(journal.Last(), 1U);
+    EXPECT_FALSE(std::filesystem::exists(path + L"\\Test.jsonl"));
+    EXPECT_THAT(log.Texts(), testing::Contains(testing::HasSubstr(L"it belongs to somebody else")));
 }
 
 TEST(JournalTest, KeepsTheOrderOfManyWriters)
