@@ -100,7 +100,7 @@ public:
     // Writes a new tracking id. Negative if the buffer holds fewer than RpcUuidSize bytes.
     std::int32_t CreateUUID(char* pszBuffer, std::uint32_t uSize);
 
-    // Releases what the handle of a command or a result holds.
+    // Releases what the handle of a command or a result holds, and leaves the handle empty.
     std::int32_t DestroyDataHandle(CRpcDataHandle* pHandle);
 
     // Forgets a tracking id and its callback.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <utility>
 
 using SvcLink::ClientConnection;
@@ -64,6 +65,41 @@ std::shared_ptr<ClientConnection> CRpcClientManager::Implementation::Connect(Age
 AgentStatus CRpcClientManager::Implementation::Execute(const CRpcCommand& command, Callback callback,
                                                        CRpcCommandResult& result)
 {
+    std::list<CRpcDataHandle> places; // for the two messages, had before there is more to lose
+    AgentStatus status = Status::OutOfMemory;
+    try
+    {
+        places.resize(IsKept(command.uCommandId) ? 2 : 0);
+        status = Exchange(command, callback, result);
+    }
+    catch (const std::bad_alloc&)
+    {
+        if (places.empty())
+        {
+            Drop(command);
+        }
+    }
+    // An unknown client sends the same command again through another manager.
+    if (!places.empty() && status != Status::UnknownClient)
+    {
+        Keep(command.data, places);
+        Keep(result.data, places);
+    }
+    return status;
+}
+
+void CRpcClientManager::Implementation::Drop(const CRpcCommand& command)
+{
+    if (IsKept(command.uCommandId))
+    {
+        CRpcDataHandle message = command.data;
+        CRpcDataHandleWrapper::Release(&message);
+    }
+}
+
+AgentStatus CRpcClientManager::Implementation::Exchange(const CRpcCommand& command, Callback callback,
+                                                        CRpcCommandResult& result)
+{
     const std::string trackingId = TrackingIdOf(command.szTrackingId);
     if (command.uCommandId == RpcCommandId::EraseCallbacks)
     {
@@ -82,12 +118,6 @@ AgentStatus CRpcClientManager::Implementation::Execute(const CRpcCommand& comman
         {
             m_callbacks->Remove(trackingId);
         }
-    }
-    // An unknown client sends the same command again through another manager.
-    if (IsKept(command.uCommandId) && status != Status::UnknownClient)
-    {
-        Keep(command.data);
-        Keep(result.data);
     }
     return status;
 }
@@ -128,7 +158,7 @@ void CRpcClientManager::Implementation::Forget(const char* trackingId)
     m_callbacks->Remove(std::string(trackingId, strnlen(trackingId, RpcUuidSize - 1)));
 }
 
-void CRpcClientManager::Implementation::Keep(const CRpcDataHandle& handle)
+void CRpcClientManager::Implementation::Keep(const CRpcDataHandle& handle, std::list<CRpcDataHandle>& places)
 {
     if (handle.pMessage == nullptr)
     {
@@ -138,7 +168,8 @@ void CRpcClientManager::Implementation::Keep(const CRpcDataHandle& handle)
     const auto same = [&](const CRpcDataHandle& kept) { return kept.pMessage == handle.pMessage; };
     if (std::none_of(m_kept.begin(), m_kept.end(), same))
     {
-        m_kept.push_back(handle);
+        places.front() = handle;
+        m_kept.splice(m_kept.end(), places, places.begin());
     }
 }
 

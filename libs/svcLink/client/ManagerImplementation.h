@@ -4,9 +4,9 @@
 #include "svcLink.h"
 
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <string>
-#include <vector>
 
 // What a client manager is made of. Any thread. May throw std::bad_alloc.
 class CRpcClientManager::Implementation
@@ -19,7 +19,11 @@ public:
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 
+    // Without memory it fails, and nothing is thrown.
     AgentStatus Execute(const CRpcCommand& command, Callback callback, CRpcCommandResult& result);
+
+    // For a command that cannot even be tried: releases what its caller will not.
+    static void Drop(const CRpcCommand& command);
 
     void Forget(const char* trackingId);
 
@@ -28,8 +32,9 @@ public:
 
 private:
     [[nodiscard]] std::shared_ptr<SvcLink::ClientConnection> Connect(AgentStatus& status);
+    AgentStatus Exchange(const CRpcCommand& command, Callback callback, CRpcCommandResult& result);
     AgentStatus Send(const CRpcCommand& command, CRpcCommandResult& result);
-    void Keep(const CRpcDataHandle& handle);
+    void Keep(const CRpcDataHandle& handle, std::list<CRpcDataHandle>& places);
 
     const std::string m_managerId;
     const std::uint32_t m_busyMs;
@@ -40,5 +45,5 @@ private:
     bool m_wasConnected = false;
 
     SvcLink::SlimLock m_keptLock;
-    std::vector<CRpcDataHandle> m_kept; // Guarded by m_keptLock. Released in the end.
+    std::list<CRpcDataHandle> m_kept; // Guarded by m_keptLock. Released in the end.
 };

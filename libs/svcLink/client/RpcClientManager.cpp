@@ -58,15 +58,12 @@ CRpcClientManager::~CRpcClientManager()
 std::int32_t CRpcClientManager::ExecuteCommand(const CRpcCommand& command, Callback pCallback,
                                                CRpcCommandResult& result)
 {
-    try
+    if (m_pImplementation == nullptr)
     {
-        return m_pImplementation != nullptr ? m_pImplementation->Execute(command, pCallback, result)
-                                            : Status::OutOfMemory;
-    }
-    catch (const std::bad_alloc&)
-    {
+        Implementation::Drop(command);
         return Status::OutOfMemory;
     }
+    return m_pImplementation->Execute(command, pCallback, result);
 }
 
 std::int32_t CRpcClientManager::CreateUUID(char* pszBuffer, std::uint32_t uSize)

@@ -1,9 +1,14 @@
 #include "LinkTest.h"
 
+#include "ImportPatch.h"
 #include "ObjectCounts.h"
+#include "RpcMsgBuffer.h"
 #include "WaitUntil.h"
 
+#include <boost/weak_ptr.hpp>
+
 #include <atomic>
+#include <cstdlib>
 #include <latch>
 #include <thread>
 
@@ -21,6 +26,15 @@ std::int32_t DoNothing(const char* /*trackingId*/, const CRpcCommandResult& /*in
                        CRpcCommandResult& /*out*/)
 {
     return success;
+}
+
+decltype(&std::malloc) trueMalloc = nullptr;
+DWORD shortThread = 0;
+int successes = -1; // allocations until the one that fails; below 0 none does
+
+void* FailingMalloc(std::size_t size)
+{
+    return GetCurrentThreadId() == shortThread && successes-- == 0 ? nullptr : trueMalloc(size);
 }
 
 } // namespace
@@ -146,4 +160,33 @@ TEST_F(LinkTest, AServerThatNeverStartedStops)
     server.Stop();
     server.Disconnect(1);
     EXPECT_LT(server.CallBack(1, "me", {}, std::chrono::seconds(1)).status, 0);
+}
+
+TEST_F(LinkTest, WhatItTakesOverIsReleasedWhateverMemoryLacks)
+{
+    StartServer();
+    const TestSupport::ImportPatch patch(nullptr, "malloc", &FailingMalloc, GetModuleHandleW(L"svcLink.dll"));
+    trueMalloc = patch.Original<decltype(std::malloc)>();
+    int refused = 0;
+    bool hasFailed = true;
+    for (int allowed = 0; hasFailed; ++allowed)
+    {
+        Manager manager = Connect();
+        CRpcCommand command{};
+        command.uCommandId = 0x2052;
+        PutMessage(command.data, MessageOf(100));
+        const boost::weak_ptr<CRpcMsgBuffer> message = *command.data.pMessage;
+        CRpcCommandResult result{};
+        shortThread = GetCurrentThreadId();
+        successes = allowed;
+        refused += manager->ExecuteCommand(command, &DoNothing, result) < 0 ? 1 : 0;
+        hasFailed = successes < 0;
+        shortThread = 0;
+        const boost::weak_ptr<CRpcMsgBuffer> answer =
+            result.data.pMessage != nullptr ? *result.data.pMessage : boost::shared_ptr<CRpcMsgBuffer>();
+        manager.reset();
+        EXPECT_TRUE(message.expired()) << allowed;
+        EXPECT_TRUE(answer.expired()) << allowed;
+    }
+    EXPECT_GT(refused, 3);
 }
