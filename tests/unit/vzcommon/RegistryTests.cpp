@@ -1,60 +1,17 @@
-#include "VzComn_Registry.h"
+// What the registry store keeps: values, lists, deletions.
+#include "RegistryTest.h"
 
 #include "ImportPatch.h"
-#include "ObjectCounts.h"
-#include "TempRegistry.h"
-#include "Thrown.h"
-#include "UniqueName.h"
 
 #include <gmock/gmock.h>
-
-#include <memory>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 using TestSupport::ImportPatch;
-using TestSupport::TempRegistry;
-using TestSupport::Thrown;
-using namespace VzCommon::Storage;
-
-// The class, where the namespace has a function of another kind by that name.
-using VzCommon::Storage::Registry;
 
 namespace
 {
-
-using Names = std::vector<std::wstring>;
-using StoreException = VzCommon::Storage::Exception;
-
-constexpr wchar_t subkey[] = L"Software\\Test";
-
-class RegistryTest : public testing::Test
-{
-protected:
-    static Key TestKey() { return Key::ForRegistry(HKEY_LOCAL_MACHINE, subkey); }
-
-    // A value below the test key.
-    void Set(const std::wstring& name, DWORD type, const void* data, size_t size) const
-    {
-        hive.SetValue(HKEY_LOCAL_MACHINE, subkey, name, type, data, size);
-    }
-
-    void Set(const std::wstring& name, DWORD type, const std::wstring& text) const
-    {
-        Set(name, type, text.data(), text.size() * sizeof(wchar_t));
-    }
-
-    template <typename Operation>
-    static std::uint32_t CodeOf(Operation operation)
-    {
-        const auto exception = Thrown<StoreException>(operation);
-        return exception ? exception->code : 0xFFFFFFFFU;
-    }
-
-    TempRegistry hive;
-    Registry store;
-};
 
 TEST_F(RegistryTest, WritesAndReadsValuesOfEveryKind)
 {
@@ -249,104 +206,6 @@ TEST_F(RegistryTest, GivesTheDefaultWithoutThrowing)
     EXPECT_NE(error, 0U);
 }
 
-TEST_F(RegistryTest, NamesItsOwnLineInEachFailedOpening)
-{
-    const auto open = Thrown<StoreException>([&] { store.Open(TestKey(), L"Missing"); });
-    ASSERT_TRUE(open);
-    EXPECT_EQ(open->code, 2U);
-    EXPECT_EQ(open->line, 62U);
-    EXPECT_NE(open->sourceFile.find("VzComn_Registry.cpp"), std::string::npos);
-
-    const auto write = Thrown<StoreException>([&] { store.OpenWrite(TestKey(), L"Missing"); });
-    ASSERT_TRUE(write);
-    EXPECT_EQ(write->code, 2U);
-    EXPECT_EQ(write->line, 202U);
-
-    const auto enumerate = Thrown<StoreException>([&] { store.OpenEnum(TestKey(), L"Missing"); });
-    ASSERT_TRUE(enumerate);
-    EXPECT_EQ(enumerate->code, 2U);
-    EXPECT_EQ(enumerate->line, 244U);
-
-    const auto create = Thrown<StoreException>(
-        [&] { store.Create(Key::ForRegistry(reinterpret_cast<HKEY>(0x1234), subkey), L""); });
-    ASSERT_TRUE(create);
-    EXPECT_NE(create->code, 0U);
-    EXPECT_EQ(create->line, 129U);
-}
-
-TEST_F(RegistryTest, ThrowsWhenItIsNotOpen)
-{
-    const auto throwsEverywhere = [this]
-    {
-        std::vector<std::uint8_t> bytes;
-        Names names;
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.Close(nullptr); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.Flush(); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.GetDword(L"a", 1); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.GetQword(L"a"); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.GetString(L"a", L""); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.GetBinary(L"a", bytes); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.SetDword(L"a", 1); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.SetQword(L"a", 1); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.SetString(L"a", L""); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.SetBinary(L"a", bytes); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.DeleteSection(); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.DeleteValue(L"a"); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.ListSections(names); }));
-        EXPECT_TRUE(Thrown<StoreException>([&] { store.ListValues(names); }));
-    };
-    throwsEverywhere();
-    store.Create(TestKey(), L"");
-    store.Close(nullptr);
-    throwsEverywhere();
-}
-
-TEST_F(RegistryTest, StaysAsOpenAsItWasWhenAnotherOpeningFails)
-{
-    store.Create(TestKey(), L"");
-    store.SetDword(L"a", 7);
-    EXPECT_TRUE(Thrown<StoreException>([&] { store.Open(TestKey(), L"Missing"); }));
-    EXPECT_EQ(store.GetDword(L"a", 0), 7U);
-}
-
-TEST_F(RegistryTest, JoinsSubkeyAndSectionByOneBackslash)
-{
-    hive.SetDword(HKEY_LOCAL_MACHINE, L"Software\\Test\\Section", L"a", 7);
-    const std::pair<const wchar_t*, const wchar_t*> places[] = {
-        {L"Software\\Test", L"Section"},       {L"Software\\Test\\", L"Section"},
-        {L"Software\\Test\\Section", L""},     {L"", L"Software\\Test\\Section"},
-        {nullptr, L"Software\\Test\\Section"},
-    };
-    for (const auto& [first, section] : places)
-    {
-        store.Open(Key::ForRegistry(HKEY_LOCAL_MACHINE, first), section);
-        EXPECT_EQ(store.GetDword(L"a", 0), 7U);
-        store.Close(nullptr);
-    }
-}
-
-TEST_F(RegistryTest, OpensWithNoMoreRightsThanItsOperationsNeed)
-{
-    store.Create(TestKey(), L"");
-    store.SetDword(L"a", 7);
-    store.Close(nullptr);
-    Names names;
-
-    store.Open(TestKey(), L"");
-    EXPECT_EQ(store.GetDword(L"a", 0), 7U);
-    EXPECT_EQ(CodeOf([&] { store.SetDword(L"a", 1); }), 5U);
-    EXPECT_EQ(CodeOf([&] { store.ListSections(names); }), 5U);
-
-    store.OpenWrite(TestKey(), L"");
-    EXPECT_TRUE(store.SetDword(L"a", 8));
-    EXPECT_EQ(CodeOf([&] { store.GetDword(L"a", 0); }), 5U);
-
-    store.OpenEnum(TestKey(), L"");
-    EXPECT_TRUE(store.ListSections(names));
-    EXPECT_EQ(store.GetDword(L"a", 0), 8U);
-    EXPECT_EQ(CodeOf([&] { store.SetDword(L"a", 1); }), 5U);
-}
-
 TEST_F(RegistryTest, DeletesTheOpenKeyAndItsValues)
 {
     store.Create(TestKey(), L"Section");
@@ -461,109 +320,6 @@ TEST_F(RegistryTest, FlushesOnCloseIfAsked)
     EXPECT_EQ(flushes, 2);
     EXPECT_EQ(CodeOf([&] { store.Close(&yes); }), DWORD{ERROR_DISK_FULL});
     EXPECT_TRUE(store.SetDword(L"a", 1)) << "the store is still open";
-}
-
-REGSAM s_access = 0;
-SECURITY_ATTRIBUTES* s_attributes = nullptr;
-
-LSTATUS WINAPI FakeRegOpenKeyExW(HKEY /*root*/, const wchar_t* /*path*/, DWORD /*options*/, REGSAM access,
-                                 HKEY* /*key*/)
-{
-    s_access = access;
-    return ERROR_FILE_NOT_FOUND;
-}
-
-LSTATUS WINAPI FakeRegCreateKeyExW(HKEY /*root*/, const wchar_t* /*path*/, DWORD /*reserved*/,
-                                   wchar_t* /*className*/, DWORD /*options*/, REGSAM access,
-                                   SECURITY_ATTRIBUTES* attributes, HKEY* /*key*/, DWORD* /*disposition*/)
-{
-    s_access = access;
-    s_attributes = attributes;
-    return ERROR_ACCESS_DENIED;
-}
-
-TEST_F(RegistryTest, RefusesANullRootByItself)
-{
-    const ImportPatch open(nullptr, "RegOpenKeyExW", &FakeRegOpenKeyExW);
-    const ImportPatch create(nullptr, "RegCreateKeyExW", &FakeRegCreateKeyExW);
-    const Key nowhere = Key::ForRegistry(nullptr, subkey);
-    EXPECT_EQ(CodeOf([&] { store.Open(nowhere, L""); }), 6U);
-    EXPECT_EQ(CodeOf([&] { store.Create(nowhere, L""); }), 6U);
-    EXPECT_EQ(CodeOf([&] { store.OpenWrite(nowhere, L""); }), 6U);
-    EXPECT_EQ(CodeOf([&] { store.OpenEnum(nowhere, L""); }), 6U);
-}
-
-TEST_F(RegistryTest, AsksForTheRightsOfTheOperationAndTheViewOfTheStore)
-{
-    const ImportPatch open(nullptr, "RegOpenKeyExW", &FakeRegOpenKeyExW);
-    const ImportPatch create(nullptr, "RegCreateKeyExW", &FakeRegCreateKeyExW);
-    const std::pair<std::uint32_t, REGSAM> views[] = {
-        {RegistryView::Default, 0}, {RegistryView::Bits32, 0x200}, {RegistryView::Bits64, 0x100}, {3, 0}};
-    for (const auto& [view, mask] : views)
-    {
-        Registry viewed(view);
-        EXPECT_EQ(CodeOf([&] { viewed.Open(TestKey(), L""); }), 2U);
-        EXPECT_EQ(s_access, 1U | mask);
-        EXPECT_EQ(CodeOf([&] { viewed.Create(TestKey(), L""); }), 5U);
-        EXPECT_EQ(s_access, 7U | mask);
-        EXPECT_EQ(CodeOf([&] { viewed.OpenWrite(TestKey(), L""); }), 2U);
-        EXPECT_EQ(s_access, 0x10002U | mask);
-        EXPECT_EQ(CodeOf([&] { viewed.OpenEnum(TestKey(), L""); }), 2U);
-        EXPECT_EQ(s_access, 9U | mask);
-    }
-    EXPECT_NE(s_attributes, nullptr) << "a new key gets the rights of its kind";
-}
-
-TEST_F(RegistryTest, LeavesNoKeyOpen)
-{
-    store.Create(TestKey(), L"");
-    EXPECT_EQ(TestSupport::GrowthOf(
-                  []
-                  {
-                      Registry brief;
-                      brief.Open(TestKey(), L"");
-                      brief.Open(TestKey(), L"");
-                      EXPECT_TRUE(Thrown<StoreException>([&] { brief.Open(TestKey(), L"Missing"); }));
-                      EXPECT_TRUE(Thrown<StoreException>([&] { brief.GetDword(L"Missing", 1); }));
-                      auto closed = std::make_unique<Registry>();
-                      closed->OpenEnum(TestKey(), L"");
-                      closed->Close(nullptr);
-                  }),
-              "");
-}
-
-// The true hive: the views are those of the system, and a redirected hive has none.
-class RegistryViewTest : public testing::Test
-{
-protected:
-    ~RegistryViewTest() override
-    {
-        RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), KEY_WOW64_32KEY, 0);
-        RegDeleteKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), KEY_WOW64_64KEY, 0);
-    }
-
-    const std::wstring path = L"Software\\" + TestSupport::UniqueName(L"qxtest");
-};
-
-TEST_F(RegistryViewTest, KeepsTheViewsApart)
-{
-    const Key key = Key::ForRegistry(HKEY_LOCAL_MACHINE, path.c_str());
-    Registry narrow(RegistryView::Bits32);
-    Registry wide(RegistryView::Bits64);
-    narrow.Create(key, L"");
-    narrow.SetDword(L"bits", 32);
-    wide.Create(key, L"");
-    wide.SetDword(L"bits", 64);
-    narrow.Open(key, L"");
-    EXPECT_EQ(narrow.GetDword(L"bits", 0), 32U);
-    wide.Open(key, L"");
-    EXPECT_EQ(wide.GetDword(L"bits", 0), 64U);
-
-    narrow.OpenWrite(key, L"");
-    EXPECT_TRUE(narrow.DeleteSection());
-    EXPECT_TRUE(Thrown<StoreException>([&] { narrow.Open(key, L""); }));
-    wide.Open(key, L"");
-    EXPECT_EQ(wide.GetDword(L"bits", 0), 64U) << "the key of the other view stays";
 }
 
 } // namespace

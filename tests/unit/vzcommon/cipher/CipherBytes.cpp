@@ -34,6 +34,12 @@ std::string ToHex(const Bytes& bytes)
     return text;
 }
 
+Bytes Slice(const Bytes& bytes, std::size_t from, std::size_t to)
+{
+    return {bytes.begin() + static_cast<std::ptrdiff_t>(from),
+            bytes.begin() + static_cast<std::ptrdiff_t>(to)};
+}
+
 Bytes RandomBytes(std::size_t count, std::uint32_t seed)
 {
     std::mt19937 random(seed);

@@ -17,6 +17,9 @@ using Bytes = std::vector<std::uint8_t>;
 Bytes FromHex(const std::string& text);
 std::string ToHex(const Bytes& bytes);
 
+// The bytes from one place up to another.
+Bytes Slice(const Bytes& bytes, std::size_t from, std::size_t to);
+
 // Reproducible, and different for every seed.
 Bytes RandomBytes(std::size_t count, std::uint32_t seed);
 
