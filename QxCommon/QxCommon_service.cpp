@@ -183,21 +183,6 @@ AgentStatus Stop(Base& service, std::uint32_t seconds)
 
 } // namespace
 
-std::wstring GetServiceName()
-{
-    return GetProductId() + L" Host Service";
-}
-
-std::wstring GetStartRequestEventName()
-{
-    return L"Global\\WATCHDOG_EVENT_START_SERVICE" + GetProductId();
-}
-
-std::wstring GetStopRequestEventName()
-{
-    return L"Global\\WATCHDOG_EVENT_STOP_SERVICE" + GetProductId();
-}
-
 AgentStatus StartServiceByWatchdog(std::uint32_t seconds)
 {
     DWORD error = 0;

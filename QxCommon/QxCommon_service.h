@@ -3,25 +3,16 @@
 #include <cstdint>
 #include <string>
 
+#include "QxCommon_names.h"
 #include "VzComn_AgentStatus.h"
 
-// Starts and stops the product's host service, by way of the watchdog or directly, and the names that agent,
-// watchdog and service have to agree on. Every operation waits on its caller's thread, one second a round, at
-// most seconds rounds a wait, and returns the first failure as a status made from the system's error:
+// Starts and stops the product's host service, by way of the watchdog or directly. Every operation waits on
+// its caller's thread, one second a round, at most seconds rounds a wait, and returns the first failure as a
+// status made from the system's error:
 //
 //     const AgentStatus status = QxCommon::StartServiceByWatchdog(120);
 namespace QxCommon
 {
-
-// The host service in the service control manager.
-[[nodiscard]] std::wstring GetServiceName();
-
-// Signalled to have the service started; made by the watchdog, which waits on it. As long as it exists, the
-// watchdog runs.
-[[nodiscard]] std::wstring GetStartRequestEventName();
-
-// Signalled to have the service stopped; made by the watchdog, which waits on it.
-[[nodiscard]] std::wstring GetStopRequestEventName();
 
 // Waits for the watchdog to come up, asks it for the service and waits for that. Asks also for a service that
 // runs already.

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "FrwkMode.h"
+#include "QxCommon_names.h"
 #include "VzComn_LogFront.h"
 
 namespace ObjectNames
@@ -14,7 +15,7 @@ std::wstring InstanceMutex()
 
 std::wstring ExitEvent()
 {
-    return L"Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXIT" + QxCommon::GetProductId();
+    return QxCommon::GetExitEventName();
 }
 
 std::wstring CrashRestartEvent()

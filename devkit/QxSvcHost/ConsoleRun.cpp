@@ -12,8 +12,8 @@
 #include "Host.h"
 #include "JournalFile.h"
 #include "ObjectNames.h"
+#include "QxCommon_names.h"
 #include "QxCommon_utility.h"
-#include "ServiceSetup.h"
 #include "VzComn_Synchronize.h"
 
 namespace SvcHost
@@ -56,7 +56,7 @@ ExitCode RunInConsole()
         return Say(ExitCode::NeedsAdministrator, L"--console needs an administrator's rights.");
     }
     std::optional<SvcLink::ConsoleHostMark> mark(std::in_place); // goes after the host
-    Host host(ServiceName(), JournalPath());
+    Host host(QxCommon::GetServiceName(), JournalPath());
     std::uint32_t error = 0;
     if (!host.Start(QxCommon::AppendName(QxCommon::GetModuleFolder(), L"plugins"), error))
     {

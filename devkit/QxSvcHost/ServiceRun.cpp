@@ -9,8 +9,8 @@
 
 #include "Host.h"
 #include "JournalFile.h"
+#include "QxCommon_names.h"
 #include "QxCommon_utility.h"
-#include "ServiceSetup.h"
 #include "VzComn_Handle.h"
 #include "VzComn_LogFront.h"
 
@@ -24,7 +24,9 @@ constexpr std::chrono::milliseconds stopLimit{4000};
 class ServiceProcess
 {
 public:
-    ServiceProcess() : m_stop(CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_name(ServiceName()) {}
+    ServiceProcess() : m_stop(CreateEventW(nullptr, TRUE, FALSE, nullptr)), m_name(QxCommon::GetServiceName())
+    {
+    }
 
     [[nodiscard]] bool Dispatch()
     {

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "FrwkMode.h"
+#include "QxCommon_names.h"
 #include "VzComn_Handle.h"
 
 namespace SvcHost
@@ -32,7 +32,7 @@ Opened OpenInstalled(DWORD access)
     opened.manager.Reset(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
     if (opened.manager)
     {
-        opened.service.Reset(OpenServiceW(opened.manager.Get(), ServiceName().c_str(), access));
+        opened.service.Reset(OpenServiceW(opened.manager.Get(), QxCommon::GetServiceName().c_str(), access));
     }
     opened.error = opened.service ? 0 : GetLastError();
     return opened;
@@ -40,7 +40,7 @@ Opened OpenInstalled(DWORD access)
 
 ExitCode SayError(const std::wstring& what, DWORD error)
 {
-    const std::wstring name = L"\"" + ServiceName() + L"\"";
+    const std::wstring name = L"\"" + QxCommon::GetServiceName() + L"\"";
     switch (error)
     {
     case ERROR_ACCESS_DENIED:
@@ -112,15 +112,10 @@ DWORD Stop(SC_HANDLE service)
 
 ExitCode SayNotInTime(const wchar_t* state)
 {
-    return Say(ExitCode::TimedOut, L"The service \"" + ServiceName() + L"\" has not " + state + L" within " +
-                                       std::to_wstring(patienceMs / 1000) + L" seconds.");
+    return Say(ExitCode::TimedOut, L"The service \"" + QxCommon::GetServiceName() + L"\" has not " + state +
+                                       L" within " + std::to_wstring(patienceMs / 1000) + L" seconds.");
 }
 } // namespace
-
-std::wstring ServiceName()
-{
-    return QxCommon::GetProductId() + L" Host Service";
-}
 
 ExitCode InstallService()
 {
@@ -131,7 +126,7 @@ ExitCode InstallService()
         return SayError(L"The service cannot be installed", GetLastError());
     }
     const std::wstring command = L'"' + ProgramPath() + L'"';
-    const std::wstring name = ServiceName();
+    const std::wstring name = QxCommon::GetServiceName();
     const ServiceHandle service(CreateServiceW(manager.Get(), name.c_str(), name.c_str(),
                                                SERVICE_CHANGE_CONFIG, SERVICE_WIN32_OWN_PROCESS,
                                                SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, command.c_str(),
@@ -160,7 +155,7 @@ ExitCode StartInstalledService()
         return SayNotInTime(L"started");
     }
     return status.dwCurrentState == SERVICE_RUNNING
-               ? Say(ExitCode::Success, L"The service \"" + ServiceName() + L"\" is running.")
+               ? Say(ExitCode::Success, L"The service \"" + QxCommon::GetServiceName() + L"\" is running.")
                : SayWhyItStopped(status);
 }
 
@@ -172,8 +167,9 @@ ExitCode StopInstalledService()
     {
         return SayNotInTime(L"stopped");
     }
-    return error != 0 ? SayError(L"The service cannot be stopped", error)
-                      : Say(ExitCode::Success, L"The service \"" + ServiceName() + L"\" has stopped.");
+    return error != 0
+               ? SayError(L"The service cannot be stopped", error)
+               : Say(ExitCode::Success, L"The service \"" + QxCommon::GetServiceName() + L"\" has stopped.");
 }
 
 ExitCode UninstallService()
@@ -191,7 +187,7 @@ ExitCode UninstallService()
     {
         return SayError(L"The service cannot be removed", GetLastError());
     }
-    return Say(ExitCode::Success, L"The service \"" + ServiceName() + L"\" is removed.");
+    return Say(ExitCode::Success, L"The service \"" + QxCommon::GetServiceName() + L"\" is removed.");
 }
 
 } // namespace SvcHost

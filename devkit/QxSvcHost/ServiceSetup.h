@@ -1,16 +1,11 @@
 #pragma once
 
-#include <string>
-
 #include "ExitCode.h"
 
 // The program's options that go to the service manager. Each does its work, tells how it went and gives the
 // program's exit code.
 namespace SvcHost
 {
-
-// The Windows service of the running product.
-[[nodiscard]] std::wstring ServiceName();
 
 // Installs the running program; started on demand.
 ExitCode InstallService();

@@ -2,18 +2,13 @@
 
 #include <windows.h>
 
-#include "FrwkMode.h"
+#include "QxCommon_names.h"
 #include "VzComn_Service.h"
-
-std::wstring HostServiceName()
-{
-    return QxCommon::GetProductId() + L" Host Service";
-}
 
 ServiceState QueryHostService()
 {
     ServiceState found;
-    found.name = HostServiceName();
+    found.name = QxCommon::GetServiceName();
     VzCommon::Service::Base service;
     SERVICE_STATUS status{};
     if (service.Connect(VzCommon::Service::ConnectMode::Read, &found.error) &&

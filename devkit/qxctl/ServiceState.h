@@ -11,8 +11,6 @@ struct ServiceState
     std::uint32_t error = 0; // Windows error code: why the state is not known
 };
 
-[[nodiscard]] std::wstring HostServiceName();
-
 [[nodiscard]] ServiceState QueryHostService();
 
 // The state in words: "not installed", "stopped", "start pending", ..., "unknown".

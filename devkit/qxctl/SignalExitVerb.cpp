@@ -4,11 +4,12 @@
 
 #include "Failure.h"
 #include "FrwkMode.h"
+#include "QxCommon_names.h"
 #include "VzComn_Handle.h"
 
 int RunExit(Output& output)
 {
-    const std::wstring name = L"Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXIT" + QxCommon::GetProductId();
+    const std::wstring name = QxCommon::GetExitEventName();
     const VzCommon::KernelHandle event(OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
     if (!event && GetLastError() == ERROR_FILE_NOT_FOUND)
     {

@@ -1,13 +1,13 @@
 #include "Names.h"
 
-#include "FrwkMode.h"
+#include "QxCommon_names.h"
 
 namespace SvcLink
 {
 
 std::wstring HostServiceName()
 {
-    return QxCommon::GetProductId() + L" Host Service";
+    return QxCommon::GetServiceName();
 }
 
 std::wstring EndpointName()
