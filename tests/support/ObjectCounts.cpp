@@ -181,12 +181,6 @@ std::string Describe(const char* what, std::size_t before, std::size_t after)
     return std::string(what) + ": " + std::to_string(before) + " -> " + std::to_string(after) + "; ";
 }
 
-std::string Compare(const ObjectCounts& before, const ObjectCounts& after)
-{
-    return Describe("handles", before.handles, after.handles) + Describe("GDI", before.gdi, after.gdi) +
-           Describe("USER", before.user, after.user) + Describe("threads", before.threads, after.threads);
-}
-
 } // namespace
 
 ObjectCounts CountObjects()
@@ -197,6 +191,12 @@ ObjectCounts CountObjects()
     counts.handles = CountHandles();
     counts.threads = CountThreads();
     return counts;
+}
+
+std::string DescribeGrowth(const ObjectCounts& before, const ObjectCounts& after)
+{
+    return Describe("handles", before.handles, after.handles) + Describe("GDI", before.gdi, after.gdi) +
+           Describe("USER", before.user, after.user) + Describe("threads", before.threads, after.threads);
 }
 
 std::string GrowthOf(const std::function<void()>& operation, int rounds, std::chrono::milliseconds patience)
@@ -215,7 +215,7 @@ std::string GrowthOf(const std::function<void()>& operation, int rounds, std::ch
     static_cast<void>(WaitUntil(
         [&]
         {
-            growth = Compare(before, CountObjects());
+            growth = DescribeGrowth(before, CountObjects());
             return growth.empty();
         },
         patience));

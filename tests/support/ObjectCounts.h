@@ -21,6 +21,9 @@ struct ObjectCounts
 
 [[nodiscard]] ObjectCounts CountObjects();
 
+// What there is more of, in words; empty if nothing.
+[[nodiscard]] std::string DescribeGrowth(const ObjectCounts& before, const ObjectCounts& after);
+
 // Repeats an operation and tells what stayed behind, in words; empty if nothing did. Used as
 //
 //     EXPECT_EQ(GrowthOf([] { ... }), "");

@@ -1,8 +1,8 @@
 // Either end is killed while the other is busy with it.
 #include "LinkTest.h"
 
+#include "LastingGrowth.h"
 #include "Names.h"
-#include "ObjectCounts.h"
 #include "Processes.h"
 #include "QxCommon_utility.h"
 #include "VzComn_Handle.h"
@@ -13,10 +13,10 @@
 
 #include <atomic>
 #include <cstring>
-#include <functional>
 #include <optional>
 #include <thread>
 
+using TestSupport::LastingGrowthOf;
 using TestSupport::WaitUntil;
 
 namespace
@@ -52,25 +52,6 @@ Manager ConnectToHost()
 int CallsUnderWay(CRpcClientManager& manager)
 {
     return Execute(manager, HostCommand::Count, {}).status - success - 1;
-}
-
-// What grows once is the system's own on first need; a leak grows in the second hundred as well. Threads of
-// the pools go when they have had no work for ten seconds.
-void ExpectNoGrowth(const std::function<void()>& round)
-{
-    std::string growth;
-    std::size_t before = 0;
-    for (int measure = 0; measure < 2; ++measure)
-    {
-        before = PrivateBytes();
-        growth = TestSupport::GrowthOf(round, 100, std::chrono::seconds(20));
-        if (growth.empty() && PrivateBytes() < before + (1U << 20))
-        {
-            return;
-        }
-    }
-    EXPECT_EQ(growth, "");
-    EXPECT_LT(PrivateBytes(), before + (1U << 20));
 }
 
 class DeathTest : public testing::Test
@@ -173,51 +154,56 @@ TEST_F(DeathTest, TheHostSeesTheProcessOfEachClient)
 
 TEST_F(DeathTest, AHundredDeathsOfTheHostLeaveNothingBehind)
 {
-    ExpectNoGrowth(
-        [&]
-        {
-            const Manager manager = ConnectToHost();
-            EXPECT_EQ(Execute(*manager, 0x2052, {}, &Wait, "me").status, success);
-            host.emplace(Beside(L"LinkHost.exe"));
-            EXPECT_LT(Execute(*manager, 0x2051, {}).status, 0);
-        });
+    EXPECT_EQ(LastingGrowthOf(
+                  [&]
+                  {
+                      const Manager manager = ConnectToHost();
+                      EXPECT_EQ(Execute(*manager, 0x2052, {}, &Wait, "me").status, success);
+                      host.emplace(Beside(L"LinkHost.exe"));
+                      EXPECT_LT(Execute(*manager, 0x2051, {}).status, 0);
+                  }),
+              "");
 }
 
 TEST_F(DeathTest, AHundredHostsKilledDuringCallsLeaveNothingBehind)
 {
-    ExpectNoGrowth(
-        [&]
-        {
-            const Manager manager = ConnectToHost();
-            std::vector<std::jthread> callers;
-            for (int i = 0; i < 2; ++i)
-            {
-                callers.emplace_back([&] { EXPECT_LT(Execute(*manager, HostCommand::Hang, {}).status, 0); });
-            }
-            EXPECT_TRUE(WaitUntil([&] { return CallsUnderWay(*manager) == 2; }));
-            host->Kill();
-            callers.clear();
-            host.emplace(Beside(L"LinkHost.exe"));
-        });
+    EXPECT_EQ(LastingGrowthOf(
+                  [&]
+                  {
+                      const Manager manager = ConnectToHost();
+                      std::vector<std::jthread> callers;
+                      for (int i = 0; i < 2; ++i)
+                      {
+                          callers.emplace_back(
+                              [&] { EXPECT_LT(Execute(*manager, HostCommand::Hang, {}).status, 0); });
+                      }
+                      EXPECT_TRUE(WaitUntil([&] { return CallsUnderWay(*manager) == 2; }));
+                      host->Kill();
+                      callers.clear();
+                      host.emplace(Beside(L"LinkHost.exe"));
+                  }),
+              "");
 }
 
 TEST_F(DeathTest, AHundredHostsKilledDuringACallbackLeaveNothingBehind)
 {
-    ExpectNoGrowth(
-        [&]
-        {
-            g_release = false;
-            Manager manager = ConnectToHost();
-            std::jthread caller(
-                [&] { EXPECT_LT(Execute(*manager, HostCommand::CallBack, {}, &Wait, "me").status, 0); });
-            EXPECT_TRUE(WaitUntil([] { return g_inside == 1; }));
-            host->Kill();
-            caller.join();
-            manager.reset();
-            g_release = true;
-            EXPECT_TRUE(WaitUntil([] { return g_inside == 0; }));
-            host.emplace(Beside(L"LinkHost.exe"));
-        });
+    EXPECT_EQ(
+        LastingGrowthOf(
+            [&]
+            {
+                g_release = false;
+                Manager manager = ConnectToHost();
+                std::jthread caller(
+                    [&] { EXPECT_LT(Execute(*manager, HostCommand::CallBack, {}, &Wait, "me").status, 0); });
+                EXPECT_TRUE(WaitUntil([] { return g_inside == 1; }));
+                host->Kill();
+                caller.join();
+                manager.reset();
+                g_release = true;
+                EXPECT_TRUE(WaitUntil([] { return g_inside == 0; }));
+                host.emplace(Beside(L"LinkHost.exe"));
+            }),
+        "");
 }
 
 // This process is the host: the one that stays.
@@ -237,14 +223,15 @@ TEST(ClientDeathTest, AHundredClientsKilledDuringACallbackLeaveNothingBehind)
     SvcLink::ConsoleHostMark mark;
     std::uint32_t error = 0;
     ASSERT_TRUE(mark.Set(error) && server.Start(error)) << error;
-    ExpectNoGrowth(
-        [&]
-        {
-            Process client(Beside(L"LinkClient.exe"));
-            EXPECT_TRUE(WaitUntil([&] { return inside == 1; }));
-            client.Kill();
-            EXPECT_TRUE(WaitUntil([&] { return inside == 0; }));
-        });
+    EXPECT_EQ(LastingGrowthOf(
+                  [&]
+                  {
+                      Process client(Beside(L"LinkClient.exe"));
+                      EXPECT_TRUE(WaitUntil([&] { return inside == 1; }));
+                      client.Kill();
+                      EXPECT_TRUE(WaitUntil([&] { return inside == 0; }));
+                  }),
+              "");
 }
 
 // The way of a product: nobody but the service control manager says who the host is.

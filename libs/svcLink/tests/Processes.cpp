@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <psapi.h>
 #include <winternl.h>
 
 #include <stdexcept>
@@ -57,14 +56,6 @@ unsigned long Process::ExitCode() const
     DWORD code = 0;
     GetExitCodeProcess(m_process.Get(), &code);
     return code;
-}
-
-std::size_t PrivateBytes()
-{
-    PROCESS_MEMORY_COUNTERS counters{};
-    counters.cb = sizeof counters;
-    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-    return counters.PagefileUsage;
 }
 
 std::wstring Beside(const std::wstring& file)

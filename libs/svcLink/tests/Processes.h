@@ -2,7 +2,6 @@
 
 #include "VzComn_Handle.h"
 
-#include <cstddef>
 #include <string>
 
 // A program that was started, killed at the end of the scope.
@@ -29,9 +28,6 @@ private:
     VzCommon::KernelHandle m_process;
     unsigned long m_id = 0;
 };
-
-// Memory of this process alone.
-[[nodiscard]] std::size_t PrivateBytes();
 
 // Full path of a program beside the tests, in quotation marks.
 [[nodiscard]] std::wstring Beside(const std::wstring& file);

@@ -1,6 +1,7 @@
 // What a hostile client may write to the pipe itself.
 #include "RawPipe.h"
 
+#include "LastingGrowth.h"
 #include "MessagePipe.h"
 #include "Processes.h"
 #include "WaitUntil.h"
@@ -79,12 +80,12 @@ TEST_F(RawTest, EveryTruncatedHeaderEndsItsConnection)
 
 TEST_F(RawTest, ALengthThatIsNotTheFramesEndsItsConnectionAndTakesNoMemory)
 {
-    const std::size_t before = PrivateBytes();
+    const std::size_t before = TestSupport::PrivateBytes();
     for (const std::uint32_t length : {1U, 99U, 101U, 16U << 20, (16U << 20) + 1, 0x7FFFFFFFU, 0xFFFFFFFFU})
     {
         ExpectEnds(BytesOfFrame(Of(FrameKind::Call, length), 100), true);
     }
-    EXPECT_LT(PrivateBytes(), before + (8U << 20));
+    EXPECT_LT(TestSupport::PrivateBytes(), before + (8U << 20));
 }
 
 TEST_F(RawTest, AFrameBeyondTheLimitEndsItsConnection)
@@ -180,10 +181,10 @@ TEST_F(RawTest, AHundredConnectionsTakeNoMemoryThatStays)
         EXPECT_TRUE(WaitUntil([&] { return handler.Disconnected().size() == gone; }));
     };
     rounds(20, 20);
-    const std::size_t before = PrivateBytes();
+    const std::size_t before = TestSupport::PrivateBytes();
     rounds(100, 120);
     // Less than the frames; one more thread's stack may be among it.
-    EXPECT_LT(PrivateBytes(), before + (4U << 20));
+    EXPECT_LT(TestSupport::PrivateBytes(), before + (4U << 20));
 }
 
 // Ten seconds, which is the limit for a frame.

@@ -1,0 +1,89 @@
+#include "LastingGrowth.h"
+
+#include "ObjectCounts.h"
+#include "WaitUntil.h"
+
+#include <windows.h>
+
+#include <psapi.h>
+
+#include <chrono>
+
+namespace TestSupport
+{
+
+namespace
+{
+
+constexpr int repetitions = 100;
+
+// Threads of the link's pools go when they have had no work for ten seconds.
+constexpr std::chrono::seconds patience{20};
+
+// What else is just ending.
+constexpr std::chrono::seconds moment{1};
+
+constexpr std::size_t unrest = std::size_t{256} << 10U;
+
+std::string DescribeMemory(std::size_t before, std::size_t after)
+{
+    if (after <= before + unrest)
+    {
+        return {};
+    }
+    return "memory: " + std::to_string(before) + " -> " + std::to_string(after) + "; ";
+}
+
+// Waits until no more threads are there than before.
+void WaitForThreads(std::size_t before)
+{
+    static_cast<void>(WaitUntil([before] { return CountObjects().threads <= before; }, patience));
+}
+
+std::string GrowthOfHundred(const std::function<void()>& operation)
+{
+    const ObjectCounts before = CountObjects();
+    const std::size_t memory = PrivateBytes();
+    for (int i = 0; i < repetitions; ++i)
+    {
+        operation();
+    }
+    WaitForThreads(before.threads);
+    std::string growth;
+    static_cast<void>(WaitUntil(
+        [&]
+        {
+            growth = DescribeGrowth(before, CountObjects()) + DescribeMemory(memory, PrivateBytes());
+            return growth.empty();
+        },
+        moment));
+    return growth;
+}
+
+} // namespace
+
+std::size_t PrivateBytes()
+{
+    PROCESS_MEMORY_COUNTERS counters{};
+    counters.cb = sizeof counters;
+    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return counters.PagefileUsage;
+}
+
+std::string LastingGrowthOf(const std::function<void()>& operation)
+{
+    const std::size_t quiet = CountObjects().threads;
+    for (int i = 0; i < 3; ++i)
+    {
+        operation();
+    }
+    WaitForThreads(quiet); // idle ones would hide as much growth as they hold themselves
+    std::string growth = GrowthOfHundred(operation);
+    for (int again = 0; again < 2 && !growth.empty(); ++again)
+    {
+        growth = GrowthOfHundred(operation);
+    }
+    return growth;
+}
+
+} // namespace TestSupport
