@@ -16,6 +16,8 @@ CRASH_SIGNAL = "Global\\WATCHDOG_EVENT_RESTART_QX_SESSIONAGENTMelvio"
 START_REQUEST = "Global\\WATCHDOG_EVENT_START_SERVICEMelvio"
 STOP_REQUEST = "Global\\WATCHDOG_EVENT_STOP_SERVICEMelvio"
 LEFT = "and without a crash; it is left so. - "
+WARM_UP = 5
+ROUNDS = 100
 STARTED = "The agent is started in mode 2. - "
 
 
@@ -47,6 +49,14 @@ class Family:
         agent = self.agent()
         self.signal(CRASH_SIGNAL)
         self.product.desktop.probe.ask("terminate", process=agent, exitCode=1)
+
+    def wait_for_watches(self, count: int) -> None:
+        """Waits until the agent has got that often the process to watch. Its start sends one mail more."""
+
+        def have_come() -> bool:
+            return self.product.log_text().count("after invoking ParseJsonString, ret=0") == count + 1
+
+        wait_until(have_come, f"{count} watches of the service")
 
     def wait_to_be_told(self, text: str, count: int = 1) -> None:
         def is_told() -> bool:
@@ -113,6 +123,36 @@ def test_the_service_stops_and_starts_on_request(family: Family) -> None:
     family.signal(START_REQUEST)
     wait_until(lambda: family.service.process_id() != 0, "a new service")
     assert family.agent() == agent
+
+
+def test_a_hundred_stops_and_starts_on_request_leave_no_trace(family: Family) -> None:
+    agent = Process(family.product.desktop.probe, family.agent())
+    rounds = 0
+
+    def stop_and_start() -> None:
+        nonlocal rounds
+        rounds += 1
+        family.signal(STOP_REQUEST)
+        family.wait_to_be_told("The service is stopped. - ", rounds)
+        family.signal(START_REQUEST)
+        family.wait_to_be_told("The service runs. - ", rounds + 1)
+        family.wait_for_watches(rounds + 1)
+
+    family.wait_for_watches(1)
+    for _ in range(WARM_UP):
+        stop_and_start()
+    before = [family.watchdog.counts(), agent.counts()]
+    for _ in range(ROUNDS):
+        stop_and_start()
+    after = [family.watchdog.counts(), agent.counts()]
+
+    for was, became in zip(before, after):
+        assert became["handles"] <= was["handles"] + 2
+        assert became["threads"] <= was["threads"]
+        assert became["memory"] <= was["memory"] + 512 * 1024
+    assert family.agent() == agent.number
+    assert len(family.product.log_lines("Reconnect the RPC...", agent)) == rounds
+    assert len(family.service.records(agent.number, "register")) == rounds + 1
 
 
 def test_the_exit_event_ends_all_if_the_watchdog_is_told_so(product: Product) -> None:
