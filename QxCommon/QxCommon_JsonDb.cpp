@@ -1,14 +1,13 @@
 #define LOG_CLASS_TAG L"QxCommon"
 #include "QxCommon_JsonDb.h"
 
-#include "QxCommon_JsonBounds.h"
 #include "QxCommon_JsonFile.h"
 #include "QxCommon_JsonNumber.h"
+#include "QxCommon_JsonReading.h"
 #include "QxCommon_JsonText.h"
 #include "VzComn_LogFront.h"
 
 #include <boost/smart_ptr/make_shared.hpp>
-#include <json/reader.h>
 #include <json/value.h>
 #include <json/writer.h>
 #include <windows.h>
@@ -18,7 +17,7 @@
 #include <new>
 #include <stdexcept>
 
-// The reader and the writers whose behaviour is wanted here are the older ones of the library.
+// The writers whose behaviour is wanted here are the older ones of the library.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 namespace QxCommon
@@ -59,21 +58,6 @@ std::wstring StringOf(const Json::Value& node)
     case Json::realValue: return JsonNumber::FormatReal(node.asDouble());
     case Json::stringValue: return TextOf(node);
     default: return {};
-    }
-}
-
-// Leaves in the node what stands before the first error.
-bool ParseInto(Json::Value& node, const std::string& text)
-{
-    try
-    {
-        const JsonBounds::Bounds bounds = JsonBounds::Of(text);
-        Json::Reader reader(Json::Features::all());
-        return reader.parse(text.data(), text.data() + bounds.length, node, bounds.keepsComments);
-    }
-    catch (const Json::Exception&) // nested too deeply
-    {
-        return false;
     }
 }
 
@@ -125,7 +109,7 @@ void JsonDb::Parse(TextSource textSource)
         [&](Json::Value& node)
         {
             node = Json::Value();
-            lastError = ParseInto(node, textSource()) ? noError : invalidParameter;
+            lastError = JsonReading::Read(node, textSource()) ? noError : invalidParameter;
         });
 }
 
@@ -232,6 +216,10 @@ JsonDb& JsonDb::operator[](std::uint32_t index)
 
 JsonDb& JsonDb::HandOut(Json::Value* node)
 {
+    if (lastError == outOfMemory)
+    {
+        throw std::bad_alloc(); // a caller that writes to no node would take its tree for complete
+    }
     child.reset(new JsonDb(holder, node, lastError));
     return *child;
 }

@@ -53,10 +53,11 @@ public:
 
     // Replaces the node by the JSON text. Returns LastError: 87 if the text does not parse, and then the node
     // holds what was read before the error.
+    // Without memory it is 14.
     // Comments stay with their values, unless there are thousands in one long line.
     std::uint32_t ParseFromString(const std::wstring& text);
 
-    // These throw std::bad_alloc if there is no memory for the handle.
+    // These throw std::bad_alloc if there is no memory for the handle or for what they make.
     JsonDb& operator[](const wchar_t* name);
     JsonDb& operator[](const std::wstring& name);
     JsonDb& operator[](std::int32_t index);
