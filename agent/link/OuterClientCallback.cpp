@@ -16,7 +16,7 @@ AgentStatus PutReply(const QxCommon::JsonDb& command, AgentStatus status, CRpcCo
     if (!Status::Failed(made))
     {
         const std::wstring text = command.ToFastString();
-        made = command.LastError() == ERROR_OUTOFMEMORY
+        made = command.LastError() != 0
                    ? Status::OutOfMemory
                    : reply.Message()->AddString(ID_DATA_PRODUCTADAPTER_COMM_JSON_STRING, text.c_str(),
                                                 static_cast<std::uint32_t>(text.size()));
@@ -48,7 +48,8 @@ AgentStatus RunCommand(const CRpcCommandResult& in, CRpcCommandResult& out)
     LOG_INFO << L"Receive ID_DATA_PRODUCTADAPTER_COMM_JSON_STRING=" << text;
     QxCommon::JsonDb parsed;
     QxCommon::JsonDb none; // what was read before a syntax error is no command
-    const std::uint32_t error = parsed.ParseFromString(text);
+    const bool hasMemory = parsed.LastError() == 0 && none.LastError() == 0;
+    const std::uint32_t error = hasMemory ? parsed.ParseFromString(text) : ERROR_OUTOFMEMORY;
     if (error != 0 && error != ERROR_INVALID_PARAMETER)
     {
         LOG_ERROR << L"The service's command cannot be read, error=" << error;

@@ -7,19 +7,27 @@
 
 namespace
 {
+// The old manager stays if there is no memory to ask for a new one.
+AgentStatus ReplaceManager()
+{
+    const std::wstring product(RpcClientProduct);
+    g_bProductInited = false;
+    CVzRpcClientHelper::InitProduct(0, 0, product); // what it could not make is no manager
+    return Status::Success;
+}
+
 // The service has forgotten the manager. Another thread may have put a new one in its place already.
 bool RenewManager(CommandManager& manager, const std::function<bool()>& isWanted)
 {
-    const RpcLockGuard lock(g_rpcLock);
+    const RpcLockGuard lock = HoldRpcLock();
     if (!isWanted())
     {
         return false;
     }
     LOG_WARN << L"not register yet. register this client helper to service now. nProductID=" << g_nProductID;
-    if (manager.manager == g_pRpcManager)
+    if (manager.manager == g_pRpcManager && Status::Failed(Guarded(L"InitProduct", &ReplaceManager)))
     {
-        g_bProductInited = false;
-        Guarded(L"InitProduct", [] { return CVzRpcClientHelper::InitProduct(0, 0, RpcClientProduct); });
+        return false;
     }
     manager = CurrentManager();
     return true;
@@ -83,6 +91,7 @@ void DestroyData(const CommandManager& manager, CRpcDataHandle& data)
     {
         CRpcDataHandleWrapper::Release(&data);
     }
+    data.pMessage = nullptr; // whatever the library left in it
 }
 
 AgentStatus ReadUInt(const CRpcDataHandleWrapper& message, std::uint32_t id, std::uint32_t& value)

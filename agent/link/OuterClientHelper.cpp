@@ -82,7 +82,7 @@ CVzRpcClientHelper::CVzRpcClientHelper(std::uint32_t /*uReserved*/, const std::w
 {
     FUNCTION_TRACE(L"CVzRpcClientHelper::CVzRpcClientHelper");
     {
-        const RpcLockGuard lock(g_rpcLock);
+        const RpcLockGuard lock = HoldRpcLock();
         ++m_uiRefCnt;
     }
     InitProduct(0, 0, product);
@@ -95,11 +95,10 @@ CVzRpcClientHelper::~CVzRpcClientHelper()
             [this]
             {
                 LeaveRegistration();
-                UninitProduct();
-                const RpcLockGuard lock(g_rpcLock);
-                --m_uiRefCnt;
-                return Status::Success;
+                return UninitProduct();
             });
+    const RpcLockGuard lock = HoldRpcLock();
+    --m_uiRefCnt;
 }
 
 AgentStatus CVzRpcClientHelper::InitProduct(std::uint32_t /*uFirst*/, std::uint32_t /*uSecond*/,
@@ -111,7 +110,7 @@ AgentStatus CVzRpcClientHelper::InitProduct(std::uint32_t /*uFirst*/, std::uint3
 
 AgentStatus CVzRpcClientHelper::MakeManager()
 {
-    const RpcLockGuard lock(g_rpcLock);
+    const RpcLockGuard lock = HoldRpcLock();
     if (m_uiRefCnt == 0)
     {
         LOG_FATAL << L"reference count should not be zero or negative. m_uiRefCnt=" << m_uiRefCnt;
@@ -142,7 +141,7 @@ AgentStatus CVzRpcClientHelper::UninitProduct()
 
 AgentStatus CVzRpcClientHelper::EndManager()
 {
-    const RpcLockGuard lock(g_rpcLock);
+    const RpcLockGuard lock = HoldRpcLock();
     if (m_uiRefCnt != 1)
     {
         LOG_INFO << L"There are another instances still been held, m_uiRefCnt=" << m_uiRefCnt - 1;

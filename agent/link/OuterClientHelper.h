@@ -5,8 +5,8 @@
 #include <boost/shared_ptr.hpp>
 
 #include <cstdint>
+#include <list>
 #include <string>
-#include <vector>
 
 #include "QxCommon_JsonDb.h"
 #include "RpcDataHandleWrapper.h"
@@ -83,6 +83,16 @@ private:
         StopEvent stop;
     };
 
+    // The memory of a registration, had before the service is told: what the service has accepted is watched.
+    struct Provision
+    {
+        Provision(const CVzRpcClientHelper& helper, const wchar_t* name, const CRpcCommand& command);
+
+        std::wstring clientName;
+        std::string trackingId;
+        std::list<Watch> watch; // of one
+    };
+
     static AgentStatus MakeManager();
     static AgentStatus EndManager();
     static AgentStatus DestroyContext();
@@ -99,10 +109,10 @@ private:
     void LeaveRegistration();
 
     // Guarded by g_stateLock.
-    void StartWatching(const wchar_t* clientName);
+    void StartWatching(Provision& provision);
     void StopWatching();
     static bool IsStopped(const StopEvent& stop);
-    static std::vector<Watch>& PendingWatches();
+    static std::list<Watch>& PendingWatches();
 
     static bool TakePendingWatch(const CVzRpcClientHelper& helper, Watch& watch);
     static DWORD WatchService(CVzRpcClientHelper& helper);

@@ -123,8 +123,9 @@ AgentStatus ExchangeText(std::uint32_t pluginId, std::uint32_t mailId, const QxC
         return status;
     }
     const std::wstring text = request.ToFastString();
-    if (request.LastError() == ERROR_OUTOFMEMORY)
+    if (request.LastError() != 0) // without memory, or made without
     {
+        LOG_ERROR << L"The mail's request cannot be written, error=" << request.LastError();
         return Status::OutOfMemory;
     }
     status = FirstFailure({data.Message()->AddString(ID_DATA_PRODUCTADAPTER_COMM_JSON_STRING, text.c_str(),

@@ -2,9 +2,10 @@
 #include "OuterClientLog.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <limits>
-#include <vector>
+#include <list>
 
 #include <boost/make_shared.hpp>
 
@@ -31,23 +32,33 @@ std::uint64_t AskForServiceProcess()
 }
 } // namespace
 
-std::vector<CVzRpcClientHelper::Watch>& CVzRpcClientHelper::PendingWatches()
+std::list<CVzRpcClientHelper::Watch>& CVzRpcClientHelper::PendingWatches()
 {
-    static auto& pending = *new std::vector<Watch>;
+    static auto& pending = *new std::list<Watch>;
     return pending;
 }
 
-void CVzRpcClientHelper::StartWatching(const wchar_t* clientName)
+CVzRpcClientHelper::Provision::Provision(const CVzRpcClientHelper& helper, const wchar_t* name,
+                                         const CRpcCommand& command)
+    : clientName(name),
+      trackingId(command.szTrackingId, strnlen(command.szTrackingId, sizeof(command.szTrackingId))),
+      watch{{&helper, boost::make_shared<VzCommon::KernelHandle>()}}
 {
-    auto stop = boost::make_shared<VzCommon::KernelHandle>(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    PendingWatches(); // made at the first use
+}
+
+void CVzRpcClientHelper::StartWatching(Provision& provision)
+{
+    const StopEvent& stop = provision.watch.front().stop;
+    stop->Reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
     if (!*stop)
     {
         LOG_ERROR << L"CreateEventW failed, the service is not watched, err=" << GetLastError();
     }
-    m_wstrClientName = clientName;
-    PendingWatches().push_back({this, stop});
+    m_wstrClientName.swap(provision.clientName);
     StopWatching(); // the registration that this one replaces
     m_hStopEvent = stop;
+    PendingWatches().splice(PendingWatches().end(), provision.watch);
     const VzCommon::KernelHandle thread(CreateThread(nullptr, 0, &ReconnectProc, this, 0, nullptr));
     if (!thread)
     {
@@ -67,13 +78,20 @@ void CVzRpcClientHelper::StopWatching()
 
 void CVzRpcClientHelper::LeaveRegistration()
 {
+    bool isWatched = false;
+    {
+        const StateLockGuard lock(&g_stateLock);
+        isWatched = m_hStopEvent != nullptr;
+        StopWatching();
+    }
+    const RpcLockGuard renewal = HoldRpcLock();
     const StateLockGuard lock(&g_stateLock);
-    if (m_hStopEvent)
+    if (isWatched && m_uiRefCnt == 1)
     {
         // The thread may have registered again when the end of the registration had found nothing to end.
+        // With another helper the registration lives on, and that one may end it.
         g_bProcessRegistered = false;
     }
-    StopWatching();
 }
 
 bool CVzRpcClientHelper::IsStopped(const StopEvent& stop)
@@ -91,7 +109,7 @@ bool CVzRpcClientHelper::IsStopped(const StopEvent& stop)
 bool CVzRpcClientHelper::TakePendingWatch(const CVzRpcClientHelper& helper, Watch& watch)
 {
     const StateLockGuard lock(&g_stateLock);
-    std::vector<Watch>& pending = PendingWatches();
+    std::list<Watch>& pending = PendingWatches();
     const auto found =
         std::find_if(pending.begin(), pending.end(),
                      [&helper](const Watch& candidate) { return candidate.helper == &helper; });
@@ -180,7 +198,7 @@ AgentStatus CVzRpcClientHelper::RegisterAnew(CVzRpcClientHelper& helper, const S
 bool CVzRpcClientHelper::RenewConnection(const CVzRpcClientHelper& helper, const StopEvent& stop,
                                          std::wstring& clientName)
 {
-    const RpcLockGuard lock(g_rpcLock);
+    const RpcLockGuard lock = HoldRpcLock();
     {
         const StateLockGuard state(&g_stateLock);
         if (IsStopped(stop))

@@ -79,7 +79,7 @@ AgentStatus CVzRpcClientHelper::Register(CVzRpcClientHelper& helper, const wchar
 {
     FUNCTION_TRACE(L"CVzRpcClientHelper::RegisterProcess");
     {
-        const RpcLockGuard renewal(g_rpcLock); // one that is under way comes first
+        const RpcLockGuard renewal = HoldRpcLock(); // one that is under way comes first
         const StateLockGuard lock(&g_stateLock);
         if (IsStopped(watched))
         {
@@ -109,6 +109,7 @@ AgentStatus CVzRpcClientHelper::SendRegistration(CVzRpcClientHelper& helper, con
     {
         std::memcpy(command.szTrackingId, manager.manager->m_szTrackingId, sizeof(command.szTrackingId));
     }
+    Provision provision(helper, clientName, command);
     AgentStatus status = PutProcess(clientName, command);
     if (Status::Failed(status))
     {
@@ -138,10 +139,10 @@ AgentStatus CVzRpcClientHelper::SendRegistration(CVzRpcClientHelper& helper, con
         return Status::Failure;
     }
     g_bProcessRegistered = g_bProcessRegistered || isRegistered; // Deliberate: also when the service refuses.
-    g_strTrackingID.assign(command.szTrackingId, strnlen(command.szTrackingId, sizeof(command.szTrackingId)));
+    g_strTrackingID.swap(provision.trackingId);
     if (!Status::Failed(status))
     {
-        helper.StartWatching(clientName);
+        helper.StartWatching(provision);
     }
     return status;
 }

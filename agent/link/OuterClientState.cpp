@@ -1,6 +1,22 @@
 #include "OuterClientState.h"
 
+namespace
+{
+constexpr DWORD pollInterval = 1; // milliseconds
+}
+
 boost::recursive_mutex& g_rpcLock = *new boost::recursive_mutex;
+
+RpcLockGuard HoldRpcLock()
+{
+    RpcLockGuard lock(g_rpcLock, boost::try_to_lock);
+    while (!lock.owns_lock())
+    {
+        Sleep(pollInterval);
+        static_cast<void>(lock.try_lock());
+    }
+    return lock;
+}
 
 bool g_bProductInited = false;
 

@@ -22,6 +22,10 @@ using StateLockGuard = VzCommon::Synchronize::SingleLock;
 // Guards the making and the end of the manager, which are round trips to the service.
 extern boost::recursive_mutex& g_rpcLock;
 
+// The only way to it. Does not throw, and polls: a thread that waits in the mutex itself makes an event, and
+// where there is none, it and the owner that lets go throw.
+[[nodiscard]] RpcLockGuard HoldRpcLock();
+
 extern bool g_bProductInited; // guarded by g_rpcLock
 
 // Guards the state below, for moments only: senders and the main thread do not wait for a round trip. Where

@@ -27,6 +27,7 @@ struct LinkState
     std::size_t held = 0;
     std::vector<SentCommand> commands;
     std::vector<std::string> calls;
+    std::vector<CRpcDataHandle> left;
     std::size_t managers = 0;
     unsigned uuids = 0;
     CRpcClientManager::Callback callback = nullptr;
@@ -245,6 +246,11 @@ void ResetLink()
         State().calls.clear();
         State().managers = 0;
         State().callback = nullptr;
+        for (CRpcDataHandle& handle : State().left)
+        {
+            CRpcDataHandleWrapper::Release(&handle);
+        }
+        State().left.clear();
     }
     g_bProductInited = false;
     g_bProcessRegistered = false;
@@ -355,6 +361,11 @@ std::int32_t CRpcClientManager::DestroyDataHandle(CRpcDataHandle* pHandle)
 {
     const Plenty memory;
     Note(pHandle->pMessage == nullptr ? "destroy nothing" : "destroy data");
+    if (TheLink().leavesHandles)
+    {
+        State().left.push_back(*pHandle);
+        return Status::Success;
+    }
     return CRpcDataHandleWrapper::Release(pHandle);
 }
 

@@ -93,6 +93,7 @@ public:
     AgentStatus destroyTrackingId = Status::Success;
     AgentStatus destroyContext = Status::Success;
     bool noMemoryForManager = false;
+    bool leavesHandles = false; // as they are when it destroys them; releases them after the test
 };
 
 // The one of the test that runs.

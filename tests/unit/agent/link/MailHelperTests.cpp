@@ -187,16 +187,30 @@ TEST_F(MailHelperTest, WithoutTheLibraryRegistrationAndEventsFail)
     EXPECT_EQ(g_pClient, nullptr);
 }
 
-TEST_F(MailHelperTest, ShortMemoryIsAStatusAndNoException)
+TEST_F(MailHelperTest, AnEventGoesOutWholeOrNotAtAll)
 {
+    RegisterRPC();
+    const std::wstring json = L"{\"eventId\":18,\"winSessionId\":" + Session() + L"}\n";
+    const std::string whole = MailMessage(json, GetCurrentThreadId(), 5, 0x1802);
     bool hasFailed = true;
     for (long long successes = 0; hasFailed; ++successes)
     {
-        const OneFailure failure(successes);
-        EXPECT_NO_THROW(SendEventToEventCenter(18)) << successes;
-        hasFailed = failure.HasFailed();
+        TheLink().ForgetCalls();
+        AgentStatus status = Status::Success;
+        {
+            const OneFailure failure(successes);
+            EXPECT_NO_THROW(status = SendEventToEventCenter(18)) << successes;
+            hasFailed = failure.HasFailed();
+        }
+        const std::vector<SentCommand> sent = Events();
+        EXPECT_TRUE(Status::Failed(status) || sent.size() == 1) << successes;
+        EXPECT_TRUE(sent.empty() || sent[0].message == whole) << successes;
     }
-    hasFailed = true;
+}
+
+TEST_F(MailHelperTest, ShortMemoryIsAStatusAndNoException)
+{
+    bool hasFailed = true;
     for (long long successes = 0; hasFailed; ++successes)
     {
         {

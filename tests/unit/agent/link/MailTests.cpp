@@ -1,3 +1,5 @@
+#include <optional>
+
 #include "LinkTest.h"
 #include "ObjectCounts.h"
 
@@ -322,6 +324,13 @@ TEST_F(MailTest, MailsLeaveNothingBehind)
     EXPECT_EQ(BlocksLeftBy(send), 0);
 }
 
+TEST_F(MailTest, ALibraryThatLeavesItsHandlesKeepsWhatTheyHold)
+{
+    TheLink().leavesHandles = true;
+    EXPECT_EQ(SendJson(L"{}"), Status::Success);
+    EXPECT_FALSE(TheLink().Only(mailId).buffer.expired());
+}
+
 TEST_F(MailTest, AnExceptionLeavesNoMessageBehind)
 {
     TheLink().Before(mailId, [] { throw std::bad_alloc(); });
@@ -358,4 +367,18 @@ TEST_F(MailTest, AMailGoesOutWholeOrNotAtAll)
     }
     EXPECT_GT(refused, 5U);
     EXPECT_LT(refused, 200U);
+}
+
+TEST_F(MailTest, ARequestWithoutATreeIsNotSent)
+{
+    std::optional<QxCommon::JsonDb> request;
+    {
+        const OneFailure failure(0);
+        request.emplace();
+    }
+    std::wstring answer;
+    EXPECT_EQ(helper->SendMail2ProductPlugin(5, 0x1802, *request, answer), Status::OutOfMemory);
+    EXPECT_THAT(TheLink().Commands(mailId), IsEmpty());
+    EXPECT_THAT(Statements(),
+                ElementsAre(L"OuterClientHelper: [ERROR] The mail's request cannot be written, error=87"));
 }

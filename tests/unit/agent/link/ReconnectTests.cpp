@@ -170,6 +170,22 @@ TEST_F(ReconnectTest, AServiceIsTriedEveryHalfSecondUntilItIsBack)
     EXPECT_TRUE(g_bProcessRegistered);
 }
 
+TEST_F(ReconnectTest, TheLengthOfATryComesOnTopOfThePause)
+{
+    ServiceProcess service;
+    RegisterWith(service);
+    TheLink().GiveProcess("0");
+    TheLink().AnswerTo(registerId, {{Status::Failure, ""}, {Status::Failure, ""}, {0, ResultMessage(0)}});
+    TheLink().Before(registerId, [] { Sleep(700); });
+    service.Kill();
+    ASSERT_TRUE(Registrations(4));
+    ASSERT_TRUE(WaitUntil(&NobodyWatches));
+    const std::vector<SentCommand> tries = TheLink().Commands(registerId);
+    constexpr std::uint64_t length = 680 + 480; // the clock is that coarse
+    EXPECT_GE(tries[2].tick - tries[1].tick, length);
+    EXPECT_GE(tries[3].tick - tries[2].tick, length);
+}
+
 TEST_F(ReconnectTest, ARoundCallsTheLibraryInOrder)
 {
     ServiceProcess service;

@@ -173,6 +173,17 @@ TEST_F(RegistrationTest, WithoutARegistrationThereIsNothingToEnd)
     EXPECT_THAT(TheLink().Commands(), IsEmpty());
 }
 
+TEST_F(RegistrationTest, AnotherHelperMayEndTheRegistrationOfOneThatWent)
+{
+    const auto other = MakeHelper();
+    Register();
+    helper.reset();
+    EXPECT_TRUE(g_bProcessRegistered);
+    EXPECT_EQ(other->RegisterProcess(TestClientName, &NoteCommand), Status::AlreadyDone);
+    EXPECT_EQ(other->UnregisterProcess(), Status::Success);
+    EXPECT_EQ(TheLink().Commands(unregisterId).size(), 1U);
+}
+
 TEST_F(RegistrationTest, AFailedEndEndsItAllTheSame)
 {
     TheLink().AnswerTo(unregisterId, {{Status::UnknownClient, ""}});

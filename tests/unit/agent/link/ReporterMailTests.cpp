@@ -1,4 +1,6 @@
 // The reporters' mails as they reach the library.
+#include <algorithm>
+
 #include "ImportPatch.h"
 #include "InputInfoHelper.h"
 #include "LinkTest.h"
@@ -23,6 +25,13 @@ BOOL WINAPI FakeLastInput(PLASTINPUTINFO info)
 {
     info->dwTime = 4000000001;
     return TRUE;
+}
+
+bool IsSent(const std::string& mail)
+{
+    const std::vector<SentCommand> sent = TheLink().Commands(0x2051);
+    return std::any_of(sent.begin(), sent.end(),
+                       [&mail](const SentCommand& command) { return command.message == mail; });
 }
 
 class ReporterMailTest : public LinkTest
@@ -64,14 +73,23 @@ TEST_F(ReporterMailTest, WithoutMemoryAReportFailsAndNothingIsThrown)
     {
         ActiveWindowState state;
         TheLink().ForgetCalls();
-        AgentStatus status = Status::Success;
+        AgentStatus window = Status::Success;
+        AgentStatus input = Status::Success;
         {
             const OneFailure failure(successes);
-            EXPECT_NO_THROW(status = SendActiveWindow(state));
-            EXPECT_NO_THROW(SendInputInfo());
+            EXPECT_NO_THROW(window = SendActiveWindow(state));
+            EXPECT_NO_THROW(input = SendInputInfo());
             hasFailed = failure.HasFailed();
         }
         EXPECT_EQ(state.processId, 5U);
-        EXPECT_TRUE(Status::Failed(status) || TheLink().Commands(0x2051).size() >= 1);
+        const auto windowMail = MailMessage(L"{\"processId\":5}\n", GetCurrentThreadId(), 0x4E0003, 0x10031);
+        const auto inputMail =
+            MailMessage(L"{\"lastInputTicket\":4000000001}\n", GetCurrentThreadId(), 0x4E0003, 0x10060);
+        EXPECT_TRUE(Status::Failed(window) || IsSent(windowMail)) << successes;
+        EXPECT_TRUE(Status::Failed(input) || IsSent(inputMail)) << successes;
+        for (const SentCommand& sent : TheLink().Commands(0x2051))
+        {
+            EXPECT_TRUE(sent.message == windowMail || sent.message == inputMail) << successes;
+        }
     }
 }

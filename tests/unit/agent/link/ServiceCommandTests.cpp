@@ -189,6 +189,37 @@ TEST_F(ServiceCommandTest, WhateverIsThrownStaysInside)
     }
 }
 
+TEST_F(ServiceCommandTest, ShortMemoryNeitherCutsACommandNorChangesItsStatus)
+{
+    const std::wstring text =
+        L"{\"JD_COMMAND_ID\":3000,\"number\":1.5,\"text\":\"" + std::wstring(1000, L'x') + L"\"}";
+    const std::string message = CommandMessage(text);
+    TheCommand().status = Status::NotFound;
+    const std::string reply = CallBytes(message).message;
+    int refused = 0;
+    int withoutReply = 0;
+    for (long long successes = 0; successes < 300; ++successes)
+    {
+        TheCommand().calls = 0;
+        const CallOutcome outcome = CallBytes(message, successes);
+        if (TheCommand().calls == 0)
+        {
+            ++refused;
+            EXPECT_TRUE(outcome.returned == Status::OutOfMemory || outcome.returned == Status::Failure);
+            EXPECT_TRUE(IsUntouched(outcome));
+            continue;
+        }
+        EXPECT_EQ(TheCommand().calls, 1) << successes;
+        EXPECT_EQ(TheCommand().text, text + L"\n") << successes;
+        EXPECT_EQ(outcome.returned, Status::NotFound) << successes;
+        withoutReply += IsUntouched(outcome) ? 1 : 0;
+        EXPECT_TRUE(IsUntouched(outcome) || outcome.message == reply) << successes;
+    }
+    EXPECT_GT(refused, 0);
+    EXPECT_GT(withoutReply, 0);
+    EXPECT_GE(Count(L"OuterClientHelper: [ERROR] The service's command cannot be read, error=14"), 1U);
+}
+
 TEST_F(ServiceCommandTest, HostileTextsComeBackWithAStatus)
 {
     const std::wstring open(1000, L'[');

@@ -1,106 +1,14 @@
 #include "MessageModel.h"
 #include "RpcDataHandleWrapper.h"
 #include "RpcMsgBuffer.h"
+#include "ScarceMemory.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <functional>
-#include <new>
 #include <string>
 
 using MessageModel::Bytes;
-
-// The program's memory comes from here, so that the tests can count it and let it run out.
-namespace
-{
-std::atomic<long long> blocksAlive{0};
-std::atomic<long long> failingAllocation{-1}; // counted down to 0; negative: none fails
-
-void* Allocate(std::size_t size)
-{
-    if (failingAllocation >= 0 && failingAllocation-- == 0)
-    {
-        return nullptr;
-    }
-    void* block = std::malloc(size == 0 ? 1 : size);
-    blocksAlive += block != nullptr ? 1 : 0;
-    return block;
-}
-
-void* AllocateOrThrow(std::size_t size)
-{
-    void* block = Allocate(size);
-    if (block == nullptr)
-    {
-        throw std::bad_alloc();
-    }
-    return block;
-}
-
-void Free(void* block)
-{
-    blocksAlive -= block != nullptr ? 1 : 0;
-    std::free(block);
-}
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    return AllocateOrThrow(size);
-}
-
-void* operator new[](std::size_t size)
-{
-    return AllocateOrThrow(size);
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-    return Allocate(size);
-}
-
-// Nothing here asks for more than the heap's own alignment.
-void* operator new(std::size_t size, std::align_val_t)
-{
-    return AllocateOrThrow(size);
-}
-
-void operator delete(void* block) noexcept
-{
-    Free(block);
-}
-
-void operator delete[](void* block) noexcept
-{
-    Free(block);
-}
-
-void operator delete(void* block, std::size_t) noexcept
-{
-    Free(block);
-}
-
-void operator delete[](void* block, std::size_t) noexcept
-{
-    Free(block);
-}
-
-void operator delete(void* block, std::align_val_t) noexcept
-{
-    Free(block);
-}
-
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept
-{
-    Free(block);
-}
 
 namespace
 {
@@ -110,13 +18,16 @@ void WithEachAllocationFailing(const std::function<bool()>& succeeds)
 {
     for (long long failing = 0; failing < 10000; ++failing)
     {
-        const long long before = blocksAlive;
-        failingAllocation = failing;
-        const bool isDone = succeeds();
-        const bool hasFailed = failingAllocation < 0;
-        failingAllocation = -1;
+        const long long before = BlocksAlive();
+        bool isDone = false;
+        bool hasFailed = false;
+        {
+            const OneFailure failure(failing);
+            isDone = succeeds();
+            hasFailed = failure.HasFailed();
+        }
         EXPECT_NE(isDone, hasFailed) << failing;
-        EXPECT_EQ(blocksAlive, before) << "it left memory behind, " << failing;
+        EXPECT_EQ(BlocksAlive(), before) << "it left memory behind, " << failing;
         if (!hasFailed)
         {
             EXPECT_GT(failing, 0) << "it never needed memory";
@@ -143,6 +54,15 @@ bool Holds(const CRpcMsgBuffer& message, const Bytes& bytes)
     return std::equal(bytes.begin(), bytes.end(), message.Bytes().begin(), message.Bytes().end());
 }
 
+// Made while there is memory.
+CRpcMsgBuffer MessageOf(const Bytes& bytes)
+{
+    const Plenty memory;
+    CRpcMsgBuffer message(0);
+    EXPECT_EQ(message.Assign(bytes.data(), static_cast<std::uint32_t>(bytes.size())), Status::Success);
+    return message;
+}
+
 // The operation on a copy of a large message either succeeds or says that memory is short and changes
 // nothing.
 void ExpectAllOrNothing(const std::function<AgentStatus(CRpcMsgBuffer&)>& operation)
@@ -151,11 +71,7 @@ void ExpectAllOrNothing(const std::function<AgentStatus(CRpcMsgBuffer&)>& operat
     WithEachAllocationFailing(
         [&]
         {
-            const long long failing = failingAllocation.exchange(-1);
-            CRpcMsgBuffer message(0);
-            EXPECT_EQ(message.Assign(bytes.data(), static_cast<std::uint32_t>(bytes.size())),
-                      Status::Success);
-            failingAllocation = failing;
+            CRpcMsgBuffer message = MessageOf(bytes);
             const AgentStatus status = operation(message);
             if (status != Status::Success)
             {
@@ -190,12 +106,11 @@ TEST(MessageMemoryTest, NestingWithoutMemoryChangesNothing)
 TEST(MessageMemoryTest, AnItemThatCouldNotBeAddedIsNotFoundLater)
 {
     // The buffer has room, the index has not.
+    const Bytes empty = MessageModel::MessageBytes(1, {});
     WithEachAllocationFailing(
-        []
+        [&empty]
         {
-            const long long failing = failingAllocation.exchange(-1);
-            CRpcMsgBuffer message(1);
-            failingAllocation = failing;
+            CRpcMsgBuffer message = MessageOf(empty);
             bool isDone = true;
             std::uint32_t added = 0;
             for (std::uint32_t id = 1; id < 60; ++id)
@@ -219,12 +134,9 @@ TEST(MessageMemoryTest, AssigningWithoutMemoryLeavesAWholeMessage)
     WithEachAllocationFailing(
         [&]
         {
-            const long long failing = failingAllocation.exchange(-1);
-            CRpcMsgBuffer message(7);
-            EXPECT_EQ(message.AddUInt(2, 3), Status::Success);
-            failingAllocation = failing;
+            CRpcMsgBuffer message = MessageOf(before);
             const AgentStatus status = message.Assign(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-            failingAllocation = failingAllocation < 0 ? -1 : 9999;
+            const Plenty memory;
             if (status == Status::Success)
             {
                 EXPECT_TRUE(Holds(message, bytes));
@@ -294,10 +206,10 @@ TEST(MessageMemoryTest, ALongTextNeedsMemoryAndAShortOneInAStringWithRoomNone)
 
     std::wstring text;
     text.reserve(1024);
-    failingAllocation = 0;
-    const AgentStatus status = wrapper.Get(2, text);
-    failingAllocation = -1;
-    EXPECT_EQ(status, Status::Success);
+    {
+        const OneFailure failure(0);
+        EXPECT_EQ(wrapper.Get(2, text), Status::Success);
+    }
     EXPECT_EQ(text.size(), 1024U);
 }
 
@@ -316,10 +228,10 @@ TEST(MessageMemoryTest, HandlesLeaveNothingBehind)
         EXPECT_EQ(CRpcDataHandleWrapper::Release(&copy), Status::Success);
     };
     operation();
-    const long long before = blocksAlive;
+    const long long before = BlocksAlive();
     for (int round = 0; round < 100; ++round)
     {
         operation();
     }
-    EXPECT_EQ(blocksAlive, before);
+    EXPECT_EQ(BlocksAlive(), before);
 }
