@@ -47,7 +47,7 @@ public:
         }
         case CallAllBack: return {CallThemBack(), {}};
         case MemoryInKilobytes: return {Committed(), {}};
-        default: return {0, call.message};
+        default: return {0, {call.message.begin(), call.message.end()}};
         }
     }
 

@@ -80,6 +80,16 @@ AgentStatus CRpcMsgBuffer::Assign(const std::uint8_t* bytes, std::uint32_t lengt
         });
 }
 
+AgentStatus CRpcMsgBuffer::Attach(const std::uint8_t* bytes, std::uint32_t length)
+{
+    return WithoutThrowing(
+        [&]
+        {
+            m_message.Attach(bytes, length);
+            return Status::Success;
+        });
+}
+
 AgentStatus CRpcMsgBuffer::GetUInt(std::uint32_t id, std::uint32_t& out) const
 {
     return m_message.GetUInt(id, out);

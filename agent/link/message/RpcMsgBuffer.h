@@ -31,6 +31,9 @@ public:
     // Replaces the content by a serialised message, of which it takes a copy.
     AgentStatus Assign(const std::uint8_t* bytes, std::uint32_t length);
 
+    // The same without a copy: the bytes must stay until the next write.
+    AgentStatus Attach(const std::uint8_t* bytes, std::uint32_t length);
+
     [[nodiscard]] AgentStatus GetUInt(std::uint32_t id, std::uint32_t& out) const;
     [[nodiscard]] AgentStatus GetString(std::uint32_t id, MsgChar* buffer, std::uint32_t capacity,
                                         std::uint32_t& length) const;

@@ -8,8 +8,9 @@
 namespace SvcLink
 {
 
-CallbackRun::CallbackRun(CRpcClientManager::Callback callback, const Frame& frame) noexcept
-    : m_status(FillHandle(m_in.data, frame.message))
+CallbackRun::CallbackRun(CRpcClientManager::Callback callback, Frame& frame,
+                         const std::shared_ptr<FrameMemory>& memory) noexcept
+    : m_status(FillHandle(m_in.data, frame, memory))
 {
     if (Status::Failed(m_status))
     {

@@ -4,6 +4,7 @@
 #include "VzComn_AgentStatus.h"
 #include "svcLink.h"
 
+#include <memory>
 #include <span>
 
 namespace SvcLink
@@ -13,7 +14,8 @@ namespace SvcLink
 class CallbackRun
 {
 public:
-    CallbackRun(CRpcClientManager::Callback callback, const Frame& frame) noexcept;
+    CallbackRun(CRpcClientManager::Callback callback, Frame& frame,
+                const std::shared_ptr<FrameMemory>& memory) noexcept;
     ~CallbackRun();
 
     CallbackRun(const CallbackRun&) = delete;

@@ -4,6 +4,7 @@
 #include "DetachedThread.h"
 #include "Endpoint.h"
 
+#include <algorithm>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -79,18 +80,18 @@ AgentStatus ClientConnection::Call(FrameHeader header, std::span<const std::uint
         {
             return Status::FromSystemError(m_lostBy);
         }
-        header.id = m_nextCall++;
-        m_waiting.emplace(header.id, &waiting);
+        waiting.id = m_nextCall++;
+        m_waiting.push_back(&waiting);
+        header.id = waiting.id;
     }
     if (const std::uint32_t error = m_pipe.Write(header, message, INFINITE); error != ERROR_SUCCESS)
     {
-        Lose(error);
+        LoseNow(error);
         m_pipe.Cancel();
     }
     std::unique_lock hold(m_lock);
     WaitForAnswer(hold, waiting);
-    m_waiting.erase(header.id);
-    m_lastAnswer = Condition::Clock::now();
+    std::erase(m_waiting, &waiting);
     PassOn();
     if (!waiting.answered)
     {
@@ -120,7 +121,7 @@ void ClientConnection::PassOn()
     {
         return;
     }
-    for (const auto& [id, waiting] : m_waiting)
+    for (Waiting* const waiting : m_waiting)
     {
         if (waiting->waits && !waiting->answered)
         {
@@ -144,7 +145,7 @@ void ClientConnection::Close()
 {
     m_workers->Stop();
     m_pipe.Cancel();
-    Lose(ERROR_OPERATION_ABORTED); // the listener does the rest
+    LoseNow(ERROR_OPERATION_ABORTED); // the listener does the rest
 }
 
 bool ClientConnection::StartListening()
@@ -200,26 +201,41 @@ void ClientConnection::ReadOne(std::unique_lock<SlimLock>& hold)
 {
     m_isRead = true;
     hold.unlock();
-    if (const std::uint32_t error = TakeOne(); error != ERROR_SUCCESS)
+    Frame frame;
+    const std::uint32_t error = TakeOne(frame);
+    hold.lock();
+    m_isRead = false;
+    if (error != ERROR_SUCCESS)
     {
         Lose(error);
     }
-    hold.lock();
-    m_isRead = false;
+    else if (frame.header.kind == FrameKind::Answer)
+    {
+        TakeAnswer(std::move(frame));
+    }
     if (m_lostBy != ERROR_SUCCESS)
     {
         m_listener.WakeOne();
     }
 }
 
-std::uint32_t ClientConnection::TakeOne()
+// Takes an answer, or hands a callback on.
+std::uint32_t ClientConnection::TakeOne(Frame& frame)
 {
+    std::uint32_t error = m_pipe.BeginRead();
+    error = error == ERROR_SUCCESS ? m_pipe.FinishRead(frame, INFINITE) : error;
+    if (error != ERROR_SUCCESS || frame.header.kind == FrameKind::Answer)
+    {
+        return error;
+    }
+    if (frame.header.kind != FrameKind::CallBack)
+    {
+        return ERROR_INVALID_DATA;
+    }
     try
     {
-        Frame frame;
-        std::uint32_t error = m_pipe.BeginRead();
-        error = error == ERROR_SUCCESS ? m_pipe.FinishRead(frame, INFINITE) : error;
-        return error != ERROR_SUCCESS || Accept(std::move(frame)) ? error : ERROR_INVALID_DATA;
+        TakeCallback(std::move(frame));
+        return ERROR_SUCCESS;
     }
     catch (const std::bad_alloc&)
     {
@@ -227,25 +243,17 @@ std::uint32_t ClientConnection::TakeOne()
     }
 }
 
-bool ClientConnection::Accept(Frame frame)
-{
-    switch (frame.header.kind)
-    {
-    case FrameKind::Answer: TakeAnswer(std::move(frame)); return true;
-    case FrameKind::CallBack: TakeCallback(std::move(frame)); return true;
-    default: return false;
-    }
-}
-
 void ClientConnection::TakeAnswer(Frame frame)
 {
-    const std::lock_guard hold(m_lock);
-    const auto found = m_waiting.find(frame.header.id);
-    if (found != m_waiting.end() && !found->second->answered)
+    const auto found = std::find_if(m_waiting.begin(), m_waiting.end(),
+                                    [&](const Waiting* waiting)
+                                    { return waiting->id == frame.header.id && !waiting->answered; });
+    if (found != m_waiting.end())
     {
-        found->second->answer = std::move(frame);
-        found->second->answered = true;
-        found->second->wake.WakeOne();
+        (*found)->answer = std::move(frame);
+        (*found)->answered = true;
+        m_lastAnswer = Condition::Clock::now();
+        (*found)->wake.WakeOne();
     }
 }
 
@@ -259,7 +267,7 @@ void ClientConnection::TakeCallback(Frame frame)
     }
 }
 
-void ClientConnection::RunCallback(const Frame& frame)
+void ClientConnection::RunCallback(Frame& frame)
 {
     const std::uint64_t id = frame.header.id;
     try
@@ -270,7 +278,7 @@ void ClientConnection::RunCallback(const Frame& frame)
             Reply(id, Status::FromSystemError(ERROR_NOT_FOUND), {});
             return;
         }
-        const CallbackRun run(callback, frame);
+        const CallbackRun run(callback, frame, Memory());
         Reply(id, run.Result(), run.Message());
     }
     catch (const std::bad_alloc&)
@@ -289,11 +297,16 @@ void ClientConnection::Reply(std::uint64_t id, AgentStatus status, std::span<con
     static_cast<void>(m_pipe.Write(header, message, replyLimitMs));
 }
 
-void ClientConnection::Lose(std::uint32_t error)
+void ClientConnection::LoseNow(std::uint32_t error)
 {
     const std::lock_guard hold(m_lock);
+    Lose(error);
+}
+
+void ClientConnection::Lose(std::uint32_t error)
+{
     m_lostBy = m_lostBy != ERROR_SUCCESS ? m_lostBy : error;
-    for (const auto& [id, waiting] : m_waiting)
+    for (Waiting* const waiting : m_waiting)
     {
         waiting->wake.WakeOne();
     }

@@ -6,9 +6,9 @@
 #include "WorkerPool.h"
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace SvcLink
 {
@@ -30,8 +30,8 @@ public:
     // Sends a call and waits for its answer. Negative if none came; otherwise the answer's status.
     [[nodiscard]] AgentStatus Call(FrameHeader header, std::span<const std::uint8_t> message, Frame& answer);
 
-    // Takes an answer's memory back.
-    void Recycle(std::vector<std::uint8_t> message) { m_pipe.Recycle(std::move(message)); }
+    // Where an answer's block is given back.
+    [[nodiscard]] const std::shared_ptr<FrameMemory>& Memory() const { return m_pipe.Memory(); }
 
     [[nodiscard]] bool IsLost();
 
@@ -41,6 +41,7 @@ public:
 private:
     struct Waiting
     {
+        std::uint64_t id = 0; // of the call
         bool answered = false;
         bool waits = false; // for its answer, not to write
         Frame answer;
@@ -60,15 +61,15 @@ private:
 
     // The reader's.
     void ReadOne(std::unique_lock<SlimLock>& hold);
-    std::uint32_t TakeOne();
-    [[nodiscard]] bool Accept(Frame frame);
-    void TakeAnswer(Frame frame);
+    std::uint32_t TakeOne(Frame& frame);
+    void TakeAnswer(Frame frame); // m_lock is held
     void TakeCallback(Frame frame);
 
-    void RunCallback(const Frame& frame);
+    void RunCallback(Frame& frame);
     void Reply(std::uint64_t id, AgentStatus status, std::span<const std::uint8_t> message);
 
-    // No call waits from here on. The first error stays.
+    // No call waits from here on. The first error stays. Lose: m_lock is held.
+    void LoseNow(std::uint32_t error);
     void Lose(std::uint32_t error);
 
     MessagePipe m_pipe;
@@ -76,7 +77,7 @@ private:
     std::shared_ptr<WorkerPool> m_workers;
 
     SlimLock m_lock;
-    std::map<std::uint64_t, Waiting*> m_waiting; // Weak. By the call's id. Guarded by m_lock, as all below.
+    std::vector<Waiting*> m_waiting; // Weak. In the order of their calls. Guarded by m_lock, as all below.
     std::uint64_t m_nextCall = 1;
     std::uint32_t m_lostBy = 0; // the error that ended the connection
     bool m_isRead = false;      // there is a reader

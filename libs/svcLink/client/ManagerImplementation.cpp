@@ -21,9 +21,10 @@ bool IsKept(std::uint32_t commandId)
     return commandId == RpcCommandId::RegisterProcess || commandId == RpcCommandId::UnregisterProcess;
 }
 
-std::string TrackingIdOf(const char (&text)[RpcUuidSize])
+// Valid as long as the text.
+std::string_view TrackingIdOf(const char (&text)[RpcUuidSize])
 {
-    return {text, std::find(text, text + RpcUuidSize - 1, '\0')};
+    return {text, strnlen(text, RpcUuidSize - 1)};
 }
 
 } // namespace
@@ -100,24 +101,27 @@ void CRpcClientManager::Implementation::Drop(const CRpcCommand& command)
 AgentStatus CRpcClientManager::Implementation::Exchange(const CRpcCommand& command, Callback callback,
                                                         CRpcCommandResult& result)
 {
-    const std::string trackingId = TrackingIdOf(command.szTrackingId);
     if (command.uCommandId == RpcCommandId::EraseCallbacks)
     {
-        m_callbacks->Remove(trackingId);
+        m_callbacks->Remove(std::string(TrackingIdOf(command.szTrackingId)));
     }
+    return callback != nullptr ? SendWithCallback(command, callback, result) : Send(command, result);
+}
+
+AgentStatus CRpcClientManager::Implementation::SendWithCallback(const CRpcCommand& command, Callback callback,
+                                                                CRpcCommandResult& result)
+{
+    const std::string trackingId(TrackingIdOf(command.szTrackingId));
     // The service may call back before it has answered.
-    const Callback previous = callback != nullptr ? m_callbacks->Set(trackingId, callback) : nullptr;
+    const Callback previous = m_callbacks->Set(trackingId, callback);
     const AgentStatus status = Send(command, result);
-    if (Status::Failed(status) && callback != nullptr)
+    if (Status::Failed(status) && previous != nullptr)
     {
-        if (previous != nullptr)
-        {
-            m_callbacks->Set(trackingId, previous);
-        }
-        else
-        {
-            m_callbacks->Remove(trackingId);
-        }
+        m_callbacks->Set(trackingId, previous);
+    }
+    else if (Status::Failed(status))
+    {
+        m_callbacks->Remove(trackingId);
     }
     return status;
 }
@@ -144,10 +148,9 @@ AgentStatus CRpcClientManager::Implementation::Send(const CRpcCommand& command, 
     if (!Status::Failed(status))
     {
         // Callers of a failed command do not look at the result: it would stay behind.
-        const AgentStatus filled = SvcLink::FillHandle(result.data, answer.message);
+        const AgentStatus filled = SvcLink::FillHandle(result.data, answer, connection->Memory());
         status = Status::Failed(filled) ? filled : status;
     }
-    connection->Recycle(std::move(answer.message));
     result.iStatus = status;
     result.uMessageId = result.data.uMessageId;
     return status;

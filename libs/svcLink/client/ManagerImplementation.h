@@ -33,6 +33,7 @@ public:
 private:
     [[nodiscard]] std::shared_ptr<SvcLink::ClientConnection> Connect(AgentStatus& status);
     AgentStatus Exchange(const CRpcCommand& command, Callback callback, CRpcCommandResult& result);
+    AgentStatus SendWithCallback(const CRpcCommand& command, Callback callback, CRpcCommandResult& result);
     AgentStatus Send(const CRpcCommand& command, CRpcCommandResult& result);
     void Keep(const CRpcDataHandle& handle, std::list<CRpcDataHandle>& places);
 

@@ -77,6 +77,12 @@ bool PortTurns::Leave()
     return m_spares != 0;
 }
 
+bool PortTurns::IsAttended()
+{
+    const std::lock_guard hold(m_lock);
+    return m_isAttended;
+}
+
 void PortTurns::Quit()
 {
     const std::lock_guard hold(m_lock);

@@ -20,6 +20,9 @@ public:
     // The calling thread leaves the port. False if no other thread is there to take its place.
     [[nodiscard]] bool Leave();
 
+    // Whether a thread is at the port, or on its way there from Take.
+    [[nodiscard]] bool IsAttended();
+
     // Every Take ends, also those to come.
     void Quit();
 

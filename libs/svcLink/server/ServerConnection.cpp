@@ -97,11 +97,27 @@ Answer ServerConnection::CallBack(const std::string& trackingId, std::span<const
     std::unique_lock hold(m_lock);
     const bool inTime = sent && waiting.wake.WaitUntil(hold, end, [&] { return waiting.answered || m_gone; });
     m_waiting.erase(header.id);
+    hold.unlock();
     if (waiting.answered)
     {
-        return std::move(waiting.answer);
+        return AnswerOf(std::move(waiting.reply));
     }
     return {sent && !inTime ? statusTimedOut : statusGone, {}};
+}
+
+Answer ServerConnection::AnswerOf(Frame reply)
+{
+    try
+    {
+        const std::span<const std::uint8_t> message = reply.Message();
+        Answer answer{reply.header.status, {message.begin(), message.end()}};
+        pipe.Memory()->Give(std::move(reply.block));
+        return answer;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return {Status::OutOfMemory, {}};
+    }
 }
 
 void ServerConnection::TakeReply(Frame frame)
@@ -112,7 +128,7 @@ void ServerConnection::TakeReply(Frame frame)
     {
         return;
     }
-    found->second->answer = {frame.header.status, std::move(frame.message)};
+    found->second->reply = std::move(frame);
     found->second->answered = true;
     found->second->wake.WakeOne();
 }

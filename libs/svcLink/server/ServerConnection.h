@@ -13,8 +13,8 @@ namespace SvcLink
 {
 
 // One client's connection, from the moment that its instance of the pipe waits for a client. One pool thread
-// at a time is its reader: the one that got its last completion, until it begins the next read. Everything
-// else comes from any thread.
+// at a time is its reader: the one that got its last completion, until it or another begins the next read.
+// Everything else comes from any thread.
 class ServerConnection
 {
 public:
@@ -65,9 +65,11 @@ private:
     struct Waiting
     {
         bool answered = false;
-        Answer answer;
+        Frame reply;
         Condition wake;
     };
+
+    [[nodiscard]] Answer AnswerOf(Frame reply);
 
     SlimLock m_lock;
     bool m_gone = false; // Guarded by m_lock, as all below.

@@ -18,7 +18,7 @@ namespace
 bool IsIntroduction(const Frame& frame)
 {
     const std::uint32_t acquaintance = frame.header.second;
-    return frame.header.kind == FrameKind::Introduction && frame.message.empty() &&
+    return frame.header.kind == FrameKind::Introduction && frame.header.length == 0 &&
            frame.header.TrackingId().size() == TrackingIdSize &&
            (acquaintance == Acquaintance::New || acquaintance == Acquaintance::Known);
 }
@@ -131,6 +131,7 @@ void ServerCore::TakeLeave()
 // Waits at the port, leaves it and does what came. False if the thread is to end.
 bool ServerCore::ServeNext()
 {
+    PayReads();
     Report report;
     Await(report);
     const bool quit = report.key == QuitKey;
@@ -230,7 +231,7 @@ void ServerCore::OnIntroduction(const Connection& connection, const Frame& frame
 // for it then.
 void ServerCore::OnCall(const Connection& connection, Frame frame, bool alone)
 {
-    if (alone || !connection->BeginCall(frame.message.size()))
+    if (alone || !connection->BeginCall(frame.header.length))
     {
         FrameHeader answer;
         answer.kind = FrameKind::Answer;
@@ -241,9 +242,10 @@ void ServerCore::OnCall(const Connection& connection, Frame frame, bool alone)
         return;
     }
     // From here on another thread may be the reader. A client that is gone has its last calls done as well.
-    ReadOn(connection);
-    const std::size_t size = frame.message.size();
+    OweRead(connection);
+    const std::size_t size = frame.header.length;
     RunCall(connection, std::move(frame));
+    PayRead(connection);
     if (connection->EndCall(size))
     {
         Forget(connection);
@@ -260,6 +262,35 @@ void ServerCore::ReadOn(const Connection& connection)
     }
 }
 
+void ServerCore::OweRead(const Connection& connection)
+{
+    if (!m_owedReads.Add(connection))
+    {
+        ReadOn(connection);
+    }
+    else if (m_turns.IsAttended())
+    {
+        // The one at the port may have looked before there was this read.
+        PayRead(connection);
+    }
+}
+
+void ServerCore::PayRead(const Connection& connection)
+{
+    if (m_owedReads.Take(connection))
+    {
+        ReadOn(connection);
+    }
+}
+
+void ServerCore::PayReads()
+{
+    while (const Connection connection = m_owedReads.TakeAny())
+    {
+        ReadOn(connection);
+    }
+}
+
 void ServerCore::RunCall(const Connection& connection, Frame frame)
 {
     FrameHeader header;
@@ -268,10 +299,8 @@ void ServerCore::RunCall(const Connection& connection, Frame frame)
     Answer answer;
     try
     {
-        Call call{frame.header.commandId, frame.header.second, frame.header.TrackingId(),
-                  std::move(frame.message)};
-        answer = m_handler.OnCall(connection->client, call);
-        connection->pipe.Recycle(std::move(call.message));
+        answer = m_handler.OnCall(connection->client, {frame.header.commandId, frame.header.second,
+                                                       frame.header.TrackingId(), frame.Message()});
     }
     catch (const std::bad_alloc&)
     {
@@ -287,6 +316,7 @@ void ServerCore::RunCall(const Connection& connection, Frame frame)
         header.status = Status::FromSystemError(ERROR_INSUFFICIENT_BUFFER);
         answer.message.clear();
     }
+    connection->pipe.Memory()->Give(std::move(frame.block));
     static_cast<void>(connection->Send(header, answer.message));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ClientTable.h"
+#include "OwedReads.h"
 #include "PortTurns.h"
 #include "ServerConnection.h"
 #include "SlimLock.h"
@@ -14,8 +15,8 @@ namespace SvcLink
 {
 
 // The endpoint and its threads between Start and Stop. The threads share one completion port. Whoever gets a
-// frame begins the connection's next read and then runs the call itself, so that a call needs no change of
-// threads.
+// frame runs the call itself and then begins the connection's next read, so that a call needs no change of
+// threads; if the call takes its time, whoever goes to the port meanwhile begins that read.
 class ServerCore : public std::enable_shared_from_this<ServerCore>
 {
 public:
@@ -71,6 +72,11 @@ private:
     void OnCall(const Connection& connection, Frame frame, bool alone);
     void ReadOn(const Connection& connection);
 
+    // Put the next read off until a call has been answered, and begin it.
+    void OweRead(const Connection& connection);
+    void PayRead(const Connection& connection);
+    void PayReads();
+
     void RunCall(const Connection& connection, Frame frame);
     void End(const Connection& connection);
     void Forget(const Connection& connection);
@@ -79,6 +85,7 @@ private:
     std::wstring m_name;
     VzCommon::KernelHandle m_port;
     PortTurns m_turns;
+    OwedReads m_owedReads;
 
     SlimLock m_lock;
     Condition m_changed;     // for Stop

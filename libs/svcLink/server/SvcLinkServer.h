@@ -27,8 +27,8 @@ struct Call
 {
     std::uint32_t commandId = 0;
     std::uint32_t second = 0;
-    std::string trackingId; // up to 36 characters
-    std::vector<std::uint8_t> message;
+    std::string trackingId;                // up to 36 characters
+    std::span<const std::uint8_t> message; // valid until the call is answered
 };
 
 struct Answer

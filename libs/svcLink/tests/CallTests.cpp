@@ -1,6 +1,7 @@
 #include "LinkTest.h"
 
 #include "RpcMsgBuffer.h"
+#include "VzComn_AgentStatus.h"
 #include "WaitUntil.h"
 
 #include <boost/weak_ptr.hpp>
@@ -61,9 +62,11 @@ TEST_F(LinkTest, AnAnswerBeyondTheLimitIsRefusedAndTheConnectionLives)
 TEST_F(LinkTest, TheServiceGetsTheFieldsOfTheCommand)
 {
     SvcLink::Call seen;
-    handler.onCall = [&seen](const auto&, const SvcLink::Call& call)
+    Bytes message;
+    handler.onCall = [&](const auto&, const SvcLink::Call& call)
     {
         seen = call;
+        message.assign(call.message.begin(), call.message.end());
         return SvcLink::Answer{success, {}};
     };
     StartServer();
@@ -73,7 +76,7 @@ TEST_F(LinkTest, TheServiceGetsTheFieldsOfTheCommand)
     EXPECT_EQ(seen.commandId, 0x2051U);
     EXPECT_EQ(seen.second, 1U);
     EXPECT_EQ(seen.trackingId, trackingId);
-    EXPECT_TRUE(seen.message == MessageOf(64));
+    EXPECT_TRUE(message == MessageOf(64));
 }
 
 TEST_F(LinkTest, AFailureOfTheServiceComesWithoutAMessage)
@@ -207,6 +210,47 @@ TEST_F(LinkTest, ManagersHaveIdsOfTheirOwnAndMakeOthers)
     EXPECT_LT(first->DestroyTrackingID(nullptr), 0);
     EXPECT_EQ(first->DestroyTrackingID(made), success);
     EXPECT_EQ(first->DestroyContext(CRpcContext{}), success);
+}
+
+TEST_F(LinkTest, AnAnswerOutlivesItsManagerAndMayBeWrittenTo)
+{
+    StartServer();
+    for (const std::size_t size : {100U, 3000U, 60000U, 200000U})
+    {
+        Manager manager = Connect();
+        CRpcCommand command{};
+        PutMessage(command.data, MessageOf(size));
+        CRpcCommandResult result{};
+        EXPECT_EQ(manager->ExecuteCommand(command, nullptr, result), success);
+        manager.reset();
+        ASSERT_NE(result.data.pMessage, nullptr);
+        EXPECT_TRUE(BytesBehind(result.data) == MessageOf(size)) << size;
+        CRpcMsgBuffer& message = **result.data.pMessage;
+        EXPECT_EQ(message.AddUInt(1, 77), Status::Success);
+        std::uint32_t value = 0;
+        EXPECT_EQ(message.GetUInt(1, value), Status::Success);
+        EXPECT_EQ(value, 77U);
+        EXPECT_EQ(message.Bytes().size(), size + 16);
+        delete result.data.pMessage;
+        delete command.data.pMessage;
+    }
+}
+
+TEST_F(LinkTest, AnAnswerThatIsHeldStaysAsItCame)
+{
+    StartServer();
+    const Manager manager = Connect();
+    CRpcCommand command{};
+    PutMessage(command.data, MessageOf(60000));
+    CRpcCommandResult held{};
+    EXPECT_EQ(manager->ExecuteCommand(command, nullptr, held), success);
+    for (int i = 0; i < 5; ++i)
+    {
+        EXPECT_EQ(Execute(*manager, 0x2051, MessageOf(50000)).status, success);
+    }
+    EXPECT_TRUE(BytesBehind(held.data) == MessageOf(60000));
+    manager->DestroyDataHandle(&held.data);
+    manager->DestroyDataHandle(&command.data);
 }
 
 // What callers of the registration never release goes with the manager.

@@ -70,8 +70,7 @@ protected:
         g_shared.inside = 0;
         g_shared.release = false;
         handler.onCall = [](const auto&, const SvcLink::Call& call) {
-            return call.commandId == refused ? SvcLink::Answer{-5, {}}
-                                             : SvcLink::Answer{success, call.message};
+            return call.commandId == refused ? SvcLink::Answer{-5, {}} : EchoOf(call);
         };
         StartServer();
         manager = Connect();
@@ -178,7 +177,7 @@ TEST_F(CallbackTest, ACallMayWaitForACallbackOfItsOwnCaller)
     handler.onCall = [&](const SvcLink::Client& client, const SvcLink::Call& call)
     {
         return call.commandId == 1 ? server.CallBack(client.id, call.trackingId, call.message, seconds(60))
-                                   : SvcLink::Answer{success, call.message};
+                                   : EchoOf(call);
     };
     StartServer();
     manager = Connect();

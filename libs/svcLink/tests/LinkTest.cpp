@@ -5,6 +5,11 @@
 
 #include <cstring>
 
+SvcLink::Answer EchoOf(const SvcLink::Call& call)
+{
+    return {0x20FF0000, {call.message.begin(), call.message.end()}};
+}
+
 void ScriptedHandler::OnConnected(const SvcLink::Client& client)
 {
     if (onConnected)
@@ -17,7 +22,7 @@ void ScriptedHandler::OnConnected(const SvcLink::Client& client)
 
 SvcLink::Answer ScriptedHandler::OnCall(const SvcLink::Client& client, const SvcLink::Call& call)
 {
-    return onCall ? onCall(client, call) : SvcLink::Answer{0x20FF0000, call.message};
+    return onCall ? onCall(client, call) : EchoOf(call);
 }
 
 void ScriptedHandler::OnDisconnected(const SvcLink::Client& client)

@@ -17,6 +17,9 @@
 
 using Bytes = std::vector<std::uint8_t>;
 
+// The answer that brings the call's message back.
+[[nodiscard]] SvcLink::Answer EchoOf(const SvcLink::Call& call);
+
 // What the service does, as a test says.
 class ScriptedHandler : public SvcLink::Handler
 {

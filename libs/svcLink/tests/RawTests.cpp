@@ -8,6 +8,8 @@
 
 #include <windows.h>
 
+#include <set>
+
 using SvcLink::FrameHeader;
 using SvcLink::FrameKind;
 using TestSupport::WaitUntil;
@@ -130,6 +132,27 @@ TEST_F(RawTest, AReplyThatNobodyWaitsForIsDropped)
     EXPECT_TRUE(pipe.Write(BytesOfFrame(Of(FrameKind::Call, 100), 100)));
     EXPECT_TRUE(pipe.Read(answer));
     EXPECT_EQ(answer.kind, FrameKind::Answer);
+}
+
+TEST_F(RawTest, CallsThatAreWrittenAheadAreAllAnswered)
+{
+    constexpr std::uint64_t count = 50;
+    const RawPipe pipe;
+    pipe.Introduce();
+    std::set<std::uint64_t> open;
+    for (std::uint64_t id = 1; id <= count; ++id)
+    {
+        FrameHeader call = Of(FrameKind::Call);
+        call.id = id;
+        EXPECT_TRUE(pipe.Write(BytesOfFrame(call)));
+        open.insert(id);
+    }
+    for (std::uint64_t i = 0; i < count; ++i)
+    {
+        FrameHeader answer;
+        ASSERT_TRUE(pipe.Read(answer));
+        EXPECT_EQ(open.erase(answer.id), 1U) << answer.id;
+    }
 }
 
 TEST_F(RawTest, AClientThatWasKnownIsRefusedAndHasToGo)

@@ -17,6 +17,12 @@ std::string FrameHeader::TrackingId() const
     return {trackingId, std::find(trackingId, trackingId + TrackingIdSize, '\0')};
 }
 
+std::span<const std::uint8_t> Frame::Message() const
+{
+    return block ? block.First(sizeof header + header.length).subspan(sizeof header)
+                 : std::span<const std::uint8_t>();
+}
+
 bool ReadHeader(std::span<const std::uint8_t> first, std::size_t frameSize, FrameHeader& header)
 {
     if (first.size() < sizeof header || frameSize < first.size())

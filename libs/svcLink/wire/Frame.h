@@ -1,11 +1,12 @@
 #pragma once
 
+#include "FrameMemory.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 // What crosses the pipe: a frame is one pipe message, a header and behind it the bytes of one message.
 namespace SvcLink
@@ -65,7 +66,10 @@ static_assert(sizeof(FrameHeader) == 72 && offsetof(FrameHeader, version) == 4 &
 struct Frame
 {
     FrameHeader header;
-    std::vector<std::uint8_t> message;
+    FrameBlock block; // the frame as it came, from its header on
+
+    // Valid as long as the block.
+    [[nodiscard]] std::span<const std::uint8_t> Message() const;
 };
 
 // Reads the header of a frame that is frameSize bytes long in all, of which the first ones are given. False

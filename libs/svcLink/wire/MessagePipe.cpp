@@ -13,13 +13,8 @@ namespace SvcLink
 namespace
 {
 
-// What a connection reads at once. It begins small; a connection that carries larger frames gets more, up to
-// the second.
-constexpr DWORD smallFirst = 4 * 1024;
-constexpr DWORD largeFirst = 68 * 1024;
-
-// A frame of this size goes out without memory of its own.
-constexpr std::size_t smallFrame = 4096;
+// A frame up to this size goes out without memory of its own, and does not keep a large block when it comes.
+constexpr std::size_t smallFrame = FrameMemory::SmallBlock;
 
 // The rest of a frame whose beginning is here is here as well: no more than a guard.
 constexpr DWORD restLimitMs = 10000;
@@ -32,9 +27,7 @@ HANDLE NotToPort(HANDLE event)
 
 } // namespace
 
-MessagePipe::MessagePipe(VzCommon::FileHandle pipe, Notify notify)
-    : m_pipe(std::move(pipe)), m_first(std::make_unique_for_overwrite<std::uint8_t[]>(smallFirst)),
-      m_firstSize(smallFirst)
+MessagePipe::MessagePipe(VzCommon::FileHandle pipe, Notify notify) : m_pipe(std::move(pipe))
 {
     if (notify == Notify::Event)
     {
@@ -56,22 +49,17 @@ std::uint32_t MessagePipe::Write(FrameHeader header, std::span<const std::uint8_
         return ERROR_INSUFFICIENT_BUFFER;
     }
     header.length = static_cast<std::uint32_t>(message.size());
-    if (sizeof header + message.size() <= smallFrame)
+    const std::size_t size = sizeof header + message.size();
+    if (size <= smallFrame)
     {
         std::uint8_t frame[smallFrame];
-        std::memcpy(frame, &header, sizeof header);
-        std::copy(message.begin(), message.end(), frame + sizeof header);
-        return Send(std::span(frame, sizeof header + message.size()), limitMs);
+        return Send(header, message, std::span(frame, size), limitMs);
     }
     try
     {
-        std::vector<std::uint8_t> frame = TakeSpare(m_spareFrame);
-        frame.reserve(sizeof header + message.size());
-        const auto* const first = reinterpret_cast<const std::uint8_t*>(&header);
-        frame.assign(first, first + sizeof header);
-        frame.insert(frame.end(), message.begin(), message.end());
-        const std::uint32_t error = Send(frame, limitMs);
-        GiveSpare(m_spareFrame, std::move(frame));
+        FrameBlock block = m_memory->Take(size);
+        const std::uint32_t error = Send(header, message, block.First(size), limitMs);
+        m_memory->Give(std::move(block));
         return error;
     }
     catch (const std::bad_alloc&)
@@ -80,8 +68,11 @@ std::uint32_t MessagePipe::Write(FrameHeader header, std::span<const std::uint8_
     }
 }
 
-std::uint32_t MessagePipe::Send(std::span<std::uint8_t> frame, DWORD limitMs)
+std::uint32_t MessagePipe::Send(const FrameHeader& header, std::span<const std::uint8_t> message,
+                                std::span<std::uint8_t> frame, DWORD limitMs)
 {
+    std::memcpy(frame.data(), &header, sizeof header);
+    std::copy(message.begin(), message.end(), frame.begin() + sizeof header);
     const std::shared_lock inUse(m_useLock);
     return Transfer(true, frame.data(), static_cast<DWORD>(frame.size()), limitMs);
 }
@@ -131,7 +122,16 @@ std::uint32_t MessagePipe::BeginRead()
     {
         return ERROR_OPERATION_ABORTED;
     }
-    if (!ReadFile(m_pipe.Get(), m_first.get(), m_firstSize, nullptr, ReaderOverlapped()))
+    try
+    {
+        ProvideFirst();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+    if (!ReadFile(m_pipe.Get(), m_first.First(m_firstSize).data(), static_cast<DWORD>(m_firstSize), nullptr,
+                  ReaderOverlapped()))
     {
         const std::uint32_t error = GetLastError();
         if (error != ERROR_IO_PENDING && error != ERROR_MORE_DATA)
@@ -170,39 +170,53 @@ std::uint32_t MessagePipe::Take(DWORD bytes, std::uint32_t error, Frame& frame)
     {
         return GetLastError();
     }
-    const std::span<const std::uint8_t> first(m_first.get(), bytes);
     const std::size_t frameSize = std::size_t{bytes} + rest;
-    if (!ReadHeader(first, frameSize, frame.header))
+    if (!ReadHeader(m_first.First(bytes), frameSize, frame.header))
     {
         return ERROR_INVALID_DATA;
     }
     try
     {
-        frame.message = TakeSpare(m_spareMessage);
-        frame.message.reserve(frame.header.length);
-        frame.message.assign(first.begin() + sizeof(FrameHeader), first.end());
-        frame.message.resize(frame.header.length);
-        Adapt(frameSize);
+        frame.block = TakeFirst(bytes, frameSize);
     }
     catch (const std::bad_alloc&)
     {
         return ERROR_NOT_ENOUGH_MEMORY;
     }
-    return rest == 0 ? ERROR_SUCCESS : ReadRest(std::span(frame.message).last(rest));
+    return rest == 0 ? ERROR_SUCCESS : ReadRest(frame.block.First(frameSize).last(rest));
+}
+
+// The block that a read fills. It is small at first; a connection that carries larger frames gets a large
+// one, so that most of them come as a whole.
+void MessagePipe::ProvideFirst()
+{
+    if (m_first.Size() < m_firstSize)
+    {
+        m_memory->Give(std::move(m_first));
+        m_first = m_memory->Take(m_firstSize);
+    }
+}
+
+// A block for the whole frame with its first bytes: the very one that they came in, unless that is too small
+// or far too large.
+FrameBlock MessagePipe::TakeFirst(std::size_t bytes, std::size_t frameSize)
+{
+    if (frameSize <= m_first.Size() && (frameSize > smallFrame || m_first.Size() <= smallFrame))
+    {
+        return std::move(m_first);
+    }
+    FrameBlock block = m_memory->Take(frameSize);
+    std::memcpy(block.First(bytes).data(), m_first.First(bytes).data(), bytes);
+    if (frameSize > m_first.Size())
+    {
+        m_firstSize = FrameMemory::LargeBlock;
+    }
+    return block;
 }
 
 std::uint32_t MessagePipe::ReadRest(std::span<std::uint8_t> rest)
 {
     return Transfer(false, rest.data(), static_cast<DWORD>(rest.size()), restLimitMs);
-}
-
-void MessagePipe::Adapt(std::size_t frameSize)
-{
-    if (frameSize > m_firstSize && m_firstSize < largeFirst)
-    {
-        m_first = std::make_unique_for_overwrite<std::uint8_t[]>(largeFirst);
-        m_firstSize = largeFirst;
-    }
 }
 
 void MessagePipe::Cancel()
@@ -222,31 +236,10 @@ void MessagePipe::Close()
     m_pipe.Reset();
 }
 
-void MessagePipe::Recycle(std::vector<std::uint8_t> message)
-{
-    GiveSpare(m_spareMessage, std::move(message));
-}
-
-std::vector<std::uint8_t> MessagePipe::TakeSpare(std::vector<std::uint8_t>& spare)
-{
-    const std::lock_guard hold(m_spareLock);
-    return std::exchange(spare, {});
-}
-
-// Keeps what is worth it and not too much.
-void MessagePipe::GiveSpare(std::vector<std::uint8_t>& spare, std::vector<std::uint8_t> given)
-{
-    if (given.capacity() > smallFrame && given.capacity() <= largeFirst)
-    {
-        const std::lock_guard hold(m_spareLock);
-        spare.swap(given);
-    }
-}
-
 VzCommon::KernelHandle MessagePipe::TakeEvent()
 {
     {
-        const std::lock_guard hold(m_spareLock);
+        const std::lock_guard hold(m_eventLock);
         if (!m_events.empty())
         {
             VzCommon::KernelHandle event = std::move(m_events.back());
@@ -261,7 +254,7 @@ void MessagePipe::GiveEvent(VzCommon::KernelHandle event)
 {
     try
     {
-        const std::lock_guard hold(m_spareLock);
+        const std::lock_guard hold(m_eventLock);
         m_events.push_back(std::move(event));
     }
     catch (const std::bad_alloc&)

@@ -54,9 +54,8 @@ public:
     // with ERROR_INVALID_DATA if it is malformed; nothing more than its first bytes was stored then.
     std::uint32_t Take(DWORD bytes, std::uint32_t error, Frame& frame);
 
-    // Any thread. Takes back the memory of a frame that is not needed any more, for the next ones: the
-    // system's heap gives blocks of that size back and has to get them anew each time.
-    void Recycle(std::vector<std::uint8_t> message);
+    // Any thread. Where frames that are not needed any more are given back.
+    [[nodiscard]] const std::shared_ptr<FrameMemory>& Memory() const { return m_memory; }
 
     // Ends what is under way and lets nothing begin. The reader notices.
     void Cancel();
@@ -65,12 +64,12 @@ public:
     void Close();
 
 private:
-    std::uint32_t Send(std::span<std::uint8_t> frame, DWORD limitMs);
+    std::uint32_t Send(const FrameHeader& header, std::span<const std::uint8_t> message,
+                       std::span<std::uint8_t> frame, DWORD limitMs);
     std::uint32_t Transfer(bool write, void* bytes, DWORD size, DWORD limitMs);
     std::uint32_t ReadRest(std::span<std::uint8_t> rest);
-    void Adapt(std::size_t frameSize);
-    [[nodiscard]] std::vector<std::uint8_t> TakeSpare(std::vector<std::uint8_t>& spare);
-    void GiveSpare(std::vector<std::uint8_t>& spare, std::vector<std::uint8_t> given);
+    void ProvideFirst();
+    [[nodiscard]] FrameBlock TakeFirst(std::size_t bytes, std::size_t frameSize);
     [[nodiscard]] VzCommon::KernelHandle TakeEvent();
     void GiveEvent(VzCommon::KernelHandle event);
 
@@ -78,16 +77,16 @@ private:
     SlimLock m_useLock; // shared by those who use the pipe, exclusive to close
     std::atomic<bool> m_cancelled = false;
 
-    SlimLock m_spareLock;
-    std::vector<VzCommon::KernelHandle> m_events; // Guarded by m_spareLock, as all below.
-    std::vector<std::uint8_t> m_spareMessage;
-    std::vector<std::uint8_t> m_spareFrame;
+    const std::shared_ptr<FrameMemory> m_memory = std::make_shared<FrameMemory>();
+
+    SlimLock m_eventLock;
+    std::vector<VzCommon::KernelHandle> m_events; // Guarded by m_eventLock.
 
     // The reader's.
     OVERLAPPED m_read{};
     VzCommon::KernelHandle m_readEvent;
-    std::unique_ptr<std::uint8_t[]> m_first;
-    DWORD m_firstSize;
+    FrameBlock m_first; // what a read fills
+    std::size_t m_firstSize = FrameMemory::SmallBlock;
 };
 
 // The pipe holds this much for a reader who is late before a writer has to wait.

@@ -48,7 +48,7 @@ private:
             std::memcpy(answer.message.data(), &client.processId, sizeof client.processId);
             return answer;
         }
-        default: return {success, call.message};
+        default: return {success, {call.message.begin(), call.message.end()}};
         }
     }
 
