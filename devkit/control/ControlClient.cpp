@@ -180,7 +180,6 @@ MailAnswer ControlClient::Mail(std::uint32_t pluginId, std::uint32_t mailId, con
     }
     else
     {
-        m_hasAbandonedCalls = true;
         answer.call = Status::FromSystemError(ERROR_TIMEOUT);
     }
     if (Status::Failed(answer.call))

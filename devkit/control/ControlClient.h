@@ -38,16 +38,11 @@ public:
     [[nodiscard]] MailAnswer Mail(std::uint32_t pluginId, std::uint32_t mailId, const std::wstring& request,
                                   std::chrono::milliseconds limit);
 
-    // True once a call ran out of time: a thread may still be inside the link's library, and a normal end of
-    // the process may then wait for it.
-    [[nodiscard]] bool HasAbandonedCalls() const { return m_hasAbandonedCalls; }
-
 private:
     class Connection;
     struct Call;
 
     std::shared_ptr<Connection> m_connection; // shared with the thread of a call
-    bool m_hasAbandonedCalls = false;
 };
 
 // Loads svcLink.dll from that folder and from nowhere else. To be called before the first mail.

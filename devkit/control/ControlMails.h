@@ -8,6 +8,7 @@
 // Status    {}
 //           {"service": {"name", "processId", "product", "startedAt"},
 //            "clients": [{"processId", "sessionId", "clientName", "registeredAt", "mails"}]}
+//           The command line adds "state" to the service, as the service control manager names it.
 //           Registered clients only; times are "YYYY-MM-DDTHH:MM:SS.mmm" in local time.
 // Send      {"processId": 0, "command": "<text>", "timeoutMs": 60000}
 //           {"processId", "status", "reply": "<text>"}

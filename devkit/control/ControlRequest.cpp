@@ -1,23 +1,15 @@
 #include "ControlRequest.h"
 
-#include <cstddef>
+#include "JsonQuote.h"
 
 namespace ControlRequest
 {
 namespace
 {
-void AppendEscape(std::wstring& text, wchar_t unit)
-{
-    constexpr wchar_t digits[] = L"0123456789abcdef";
-    text += L"\\u00";
-    text += digits[(unit >> 4) & 0xF];
-    text += digits[unit & 0xF];
-}
-
 void AppendMember(std::wstring& text, const wchar_t* name, const std::wstring& value)
 {
     text += text.size() > 1 ? L"," : L"";
-    text += Quote(name);
+    text += JsonQuote(name);
     text += L':';
     text += value;
 }
@@ -36,38 +28,17 @@ std::wstring Array(const std::vector<std::wstring>& names)
     for (const std::wstring& name : names)
     {
         text += text.size() > 1 ? L"," : L"";
-        text += Quote(name);
+        text += JsonQuote(name);
     }
     return text + L"]";
 }
 } // namespace
 
-std::wstring Quote(const std::wstring& text)
-{
-    std::wstring quoted;
-    quoted.reserve(text.size() + text.size() / 8 + 2);
-    quoted += L'"';
-    for (const wchar_t unit : text)
-    {
-        if (unit < L' ')
-        {
-            AppendEscape(quoted, unit);
-            continue;
-        }
-        if (unit == L'"' || unit == L'\\')
-        {
-            quoted += L'\\';
-        }
-        quoted += unit;
-    }
-    return quoted += L'"';
-}
-
 std::wstring Send(std::uint32_t processId, const std::wstring& command, std::uint32_t timeoutMs)
 {
     std::wstring text = L"{";
     AppendMember(text, L"processId", std::to_wstring(processId));
-    AppendMember(text, L"command", Quote(command));
+    AppendMember(text, L"command", JsonQuote(command));
     AppendMember(text, L"timeoutMs", std::to_wstring(timeoutMs));
     return text + L"}";
 }
@@ -95,7 +66,7 @@ std::wstring Answer(const AnswerRule& rule)
     AppendMember(text, L"result", rule.result);
     if (rule.json)
     {
-        AppendMember(text, L"json", Quote(*rule.json));
+        AppendMember(text, L"json", JsonQuote(*rule.json));
     }
     AppendMember(text, L"delayMs", rule.delayMs);
     if (!rule.drop.empty())

@@ -9,9 +9,6 @@
 namespace ControlRequest
 {
 
-// A JSON string, its quotes included. Nothing is lost but halves of surrogate pairs, which no UTF-8 can hold.
-[[nodiscard]] std::wstring Quote(const std::wstring& text);
-
 [[nodiscard]] std::wstring Send(std::uint32_t processId, const std::wstring& command,
                                 std::uint32_t timeoutMs);
 

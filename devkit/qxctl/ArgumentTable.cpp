@@ -12,11 +12,11 @@ namespace
 {
 constexpr std::uint32_t everywhere = ~0U;
 
-constexpr std::array<VerbRow, 5> verbRows = {{
+constexpr std::array<VerbRow, 6> verbRows = {{
     {Verb::Status, L"status", L"status", L"Service state and registered clients.",
      L"Asks the service who it is and which clients are registered with it.\n"
-     L"With --json the service's reply in one line; {\"clients\": [], \"service\": {\"state\": ...}}\n"
-     L"if the service is not there.\n"},
+     L"With --json the service's reply in one line, and \"state\" of \"service\" in the words of the\n"
+     L"service manager; {\"clients\": [], \"service\": {\"state\": ...}} if the service is not there.\n"},
     {Verb::Send, L"send", L"send ('COMMAND' | --file PATH)", L"Sends a command to a client.",
      L"Sends the command as it stands, be it JSON or not, and prints the client's reply as one\n"
      L"line of JSON. Fails if \"retCode\" of the reply is negative.\n"
@@ -25,6 +25,10 @@ constexpr std::array<VerbRow, 5> verbRows = {{
      L"One line of JSON for each: \"time\", \"processId\", \"pluginId\", \"mailId\", \"request\",\n"
      L"\"event\" and more. Says on the error output when it begins, and when the service goes or\n"
      L"comes back: it goes on by itself.\n"},
+    {Verb::Mail, L"mail", L"mail --plugin N --mail N ['JSON' | --file PATH]", L"Sends a mail to a plug-in.",
+     L"Sends the text as it stands, {} if there is none, to a plug-in of the service, as a client\n"
+     L"would, and prints the reply as one line of JSON. Fails if the plug-in's status is negative.\n"
+     L"  qxctl mail --plugin 0x4E0100 --mail 1 '{\"name\": \"x\"}'\n"},
     {Verb::Answer, L"answer", L"answer (--plugin N --mail N | --reset)", L"Sets what the service answers.",
      L"From then on the service answers mails to that address so; what is not given stays as\n"
      L"usual. Plug-in 0 with mail 0x2051 (mail), 0x2052 (register) or 0x2053 (unregister) stands\n"
@@ -89,7 +93,8 @@ constexpr const wchar_t* someSeconds = L"a number of seconds up to 4294967";
 // The first row that fits verb and name counts, so a verb's own meaning of a name stands before the common
 // one.
 constexpr std::array optionRows = {
-    Option{BitOf(Verb::Send), L"--file", L"PATH", L"", L"send the text of this UTF-8 file",
+    Option{BitOf(Verb::Send) | BitOf(Verb::Mail), L"--file", L"PATH", L"",
+           L"send the text of this UTF-8 file",
            [](Arguments& a, const std::wstring& v)
            {
                a.file = v;
@@ -102,7 +107,7 @@ constexpr std::array optionRows = {
                a.processId = number.value_or(0);
                return number.has_value();
            }},
-    Option{BitOf(Verb::Send), L"--timeout", L"SECONDS", someSeconds,
+    Option{BitOf(Verb::Send) | BitOf(Verb::Mail), L"--timeout", L"SECONDS", someSeconds,
            L"how long the reply may take, 60 if not given",
            [](Arguments& a, const std::wstring& v) { return TakeSeconds(a.timeoutSeconds, v); }},
     Option{BitOf(Verb::Watch), L"--count", L"N", aNumber, L"end after so many lines",
@@ -123,9 +128,9 @@ constexpr std::array optionRows = {
                a.wantsEverything = true;
                return true;
            }},
-    Option{BitOf(Verb::Answer), L"--plugin", L"N", aNumber, L"the address: plug-in",
+    Option{BitOf(Verb::Answer) | BitOf(Verb::Mail), L"--plugin", L"N", aNumber, L"the address: plug-in",
            [](Arguments& a, const std::wstring& v) { return TakeAddress(a.rule.pluginId, a.hasPlugin, v); }},
-    Option{BitOf(Verb::Answer), L"--mail", L"N", aNumber, L"the address: mail",
+    Option{BitOf(Verb::Answer) | BitOf(Verb::Mail), L"--mail", L"N", aNumber, L"the address: mail",
            [](Arguments& a, const std::wstring& v) { return TakeAddress(a.rule.mailId, a.hasMail, v); }},
     Option{BitOf(Verb::Answer), L"--result", L"STATUS", aStatus, L"the result in the answer",
            [](Arguments& a, const std::wstring& v) { return TakeNumber(a.rule.result, ParseStatus(v)); }},
@@ -173,6 +178,15 @@ constexpr std::array optionRows = {
                return true;
            }},
 };
+
+std::wstring FindMailMistake(const Arguments& arguments)
+{
+    if (arguments.command && arguments.file)
+    {
+        return L"mail takes a text or --file, and not both";
+    }
+    return arguments.hasPlugin && arguments.hasMail ? L"" : L"mail needs --plugin and --mail";
+}
 
 std::wstring FindAnswerMistake(const Arguments& arguments)
 {
@@ -228,6 +242,7 @@ std::wstring FindMistake(const Arguments& arguments)
         return arguments.command.has_value() != arguments.file.has_value()
                    ? L""
                    : L"send needs a command or --file, and not both";
+    case Verb::Mail: return FindMailMistake(arguments);
     case Verb::Answer: return FindAnswerMistake(arguments);
     default: return L"";
     }

@@ -88,7 +88,7 @@ private:
             arguments.verb = row != nullptr ? row->verb : Verb::None;
             m_parsed.error = row != nullptr ? L"" : L"unknown verb " + word;
         }
-        else if (arguments.verb == Verb::Send && !arguments.command)
+        else if ((arguments.verb == Verb::Send || arguments.verb == Verb::Mail) && !arguments.command)
         {
             arguments.command = word;
         }

@@ -23,6 +23,7 @@ enum class Verb : std::uint32_t
     Status,
     Send,
     Watch,
+    Mail,
     Answer,
     Exit,
 };
@@ -35,20 +36,20 @@ struct Arguments
     bool wantsJson = false;
     std::optional<std::wstring> product; // as written
 
-    std::optional<std::wstring> command; // send
-    std::optional<std::wstring> file;    // send
+    std::optional<std::wstring> command; // send; mail: the request
+    std::optional<std::wstring> file;    // send, mail: which holds it
     std::uint32_t processId = 0;         // send
 
-    std::optional<std::uint32_t> timeoutSeconds; // send, watch
+    std::optional<std::uint32_t> timeoutSeconds; // send, watch, mail
 
     std::optional<std::uint32_t> count; // watch
     bool wantsAll = false;              // watch: the past too
     bool wantsEverything = false;       // watch: other kinds of records too
 
-    bool wantsReset = false; // answer
-    bool hasPlugin = false;  // answer
-    bool hasMail = false;    // answer
-    ControlRequest::AnswerRule rule;
+    bool wantsReset = false;         // answer
+    bool hasPlugin = false;          // answer, mail
+    bool hasMail = false;            // answer, mail
+    ControlRequest::AnswerRule rule; // mail: the address alone
 };
 
 struct ParsedArguments

@@ -11,10 +11,10 @@ constexpr std::size_t nameWidth = 20;
 constexpr const wchar_t* exitCodes =
     L"\nExit codes\n"
     L"  0  done\n"
-    L"  1  the command was refused, or \"retCode\" of its reply is negative\n"
+    L"  1  refused, \"retCode\" of the reply is negative, or there is no reply or it is no JSON\n"
     L"  2  the command line is not understood\n"
     L"  3  the service is not reachable\n"
-    L"  4  timed out: no reply to send, or watch without its count\n";
+    L"  4  timed out: no reply to send or mail, or watch without its count\n";
 
 // Later lines of a text stand below its first one.
 std::wstring Row(const std::wstring& name, const std::wstring& text)

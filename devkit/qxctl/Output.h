@@ -1,7 +1,5 @@
 #pragma once
 
-#include <windows.h>
-
 #include <string>
 
 // Where the program writes: results, and what went wrong.
@@ -27,6 +25,3 @@ public:
     bool Write(const std::wstring& text) override;
     void Note(const std::wstring& text) override;
 };
-
-// Writes to one handle, as above.
-[[nodiscard]] bool WriteText(HANDLE handle, const std::wstring& text);

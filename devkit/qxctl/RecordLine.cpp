@@ -1,6 +1,6 @@
 #include "RecordLine.h"
 
-#include "QxCommon_utility.h"
+#include "JsonLine.h"
 
 std::wstring RecordLine(QxCommon::JsonDb& record)
 {
@@ -13,5 +13,5 @@ std::wstring RecordLine(QxCommon::JsonDb& record)
             record[L"request"].Assign(request);
         }
     }
-    return QxCommon::TrimTrailingLineFeeds(record.ToFastString());
+    return JsonLine(record);
 }

@@ -1,16 +1,17 @@
 #include "Verbs.h"
 
+#include <windows.h>
+
 #include <chrono>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <optional>
 
 #include "ControlMails.h"
 #include "Failure.h"
+#include "JsonLine.h"
+#include "JsonQuote.h"
 #include "QxCommon_JsonDb.h"
-#include "QxCommon_JsonText.h"
-#include "QxCommon_utility.h"
+#include "TextToSend.h"
 
 namespace
 {
@@ -18,30 +19,6 @@ constexpr std::uint32_t defaultSeconds = 60;
 
 // Beyond what the client may take: for the service's own part.
 constexpr std::chrono::seconds grace{10};
-
-std::optional<std::wstring> ReadFile(const std::wstring& path)
-{
-    std::ifstream file(path.c_str(), std::ios::binary);
-    if (!file)
-    {
-        return std::nullopt;
-    }
-    const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    return file.bad() ? std::nullopt : std::optional(QxCommon::JsonText::ToWide(bytes));
-}
-
-// As the client wrote it, unless it is no line of JSON.
-std::wstring OneLine(const std::wstring& reply, QxCommon::JsonDb& parsed)
-{
-    if (parsed.ParseFromString(reply) != 0)
-    {
-        return ControlRequest::Quote(reply);
-    }
-    const std::wstring line = QxCommon::TrimTrailingLineFeeds(reply);
-    return line.find_first_of(L"\r\n") == std::wstring::npos
-               ? line
-               : QxCommon::TrimTrailingLineFeeds(parsed.ToFastString());
-}
 
 bool IsNegative(const QxCommon::JsonDb& retCode)
 {
@@ -53,10 +30,9 @@ bool IsNegative(const QxCommon::JsonDb& retCode)
 int PrintReply(const std::wstring& reply, Output& output)
 {
     QxCommon::JsonDb parsed;
-    const std::wstring line = OneLine(reply, parsed);
-    const bool isJson = parsed.LastError() == 0;
-    const bool isWritten = output.Line(line);
-    if (!isJson)
+    const std::optional<std::wstring> line = ReplyLine(reply, parsed);
+    const bool isWritten = output.Line(line.value_or(JsonQuote(reply)));
+    if (!line)
     {
         output.Note(L"the client's reply is no JSON");
         return ExitCode::Refused;
@@ -85,11 +61,9 @@ int ReportNoClient(const Arguments& arguments, Output& output)
 
 int RunSend(const Arguments& arguments, ControlClient& client, Output& output)
 {
-    const std::optional<std::wstring> command =
-        arguments.file ? ReadFile(*arguments.file) : arguments.command;
+    const std::optional<std::wstring> command = TextToSend(arguments, output);
     if (!command)
     {
-        output.Note(L"the file " + *arguments.file + L" cannot be read");
         return ExitCode::Usage;
     }
     const std::chrono::seconds time(arguments.timeoutSeconds.value_or(defaultSeconds));
@@ -107,11 +81,19 @@ int RunSend(const Arguments& arguments, ControlClient& client, Output& output)
     QxCommon::JsonDb parsed;
     const bool isUsable = parsed.ParseFromString(answer.json) == 0;
     const AgentStatus status = isUsable && parsed.HasMember(L"status") ? IntOrZero(parsed[L"status"]) : 0;
-    const int code =
-        parsed.HasMember(L"reply") ? PrintReply(parsed[L"reply"].AsString(), output) : ExitCode::Ok;
+    const bool hasReply = parsed.HasMember(L"reply");
+    const int code = hasReply ? PrintReply(parsed[L"reply"].AsString(), output) : ExitCode::Refused;
     if (Status::Failed(status))
     {
         return ReportClient(status, output);
     }
-    return answer.Failed() ? ReportFailure(answer, output) : code;
+    if (answer.Failed())
+    {
+        return ReportFailure(answer, output);
+    }
+    if (!hasReply)
+    {
+        output.Note(L"the client succeeded, but sent no reply");
+    }
+    return code;
 }

@@ -4,6 +4,8 @@
 #include <array>
 #include <vector>
 
+#include "JsonQuote.h"
+
 namespace
 {
 constexpr std::size_t columnCount = 5;
@@ -25,6 +27,15 @@ constexpr std::array<Column, columnCount> columns = {{
     {L"MAILS", L"mails", true},
 }};
 
+// What a client calls itself may hold what a terminal would obey.
+std::wstring Cell(const QxCommon::JsonDb& value)
+{
+    constexpr wchar_t replacement = 0xFFFD;
+    std::wstring text = value.AsString();
+    std::replace_if(text.begin(), text.end(), IsControl, replacement);
+    return text;
+}
+
 std::vector<Row> Rows(QxCommon::JsonDb& clients)
 {
     std::vector<Row> rows(1);
@@ -35,7 +46,7 @@ std::vector<Row> Rows(QxCommon::JsonDb& clients)
         QxCommon::JsonDb& client = clients[i];
         Row& row = rows.emplace_back();
         std::transform(columns.begin(), columns.end(), row.begin(),
-                       [&client](const Column& column) { return client[column.key].AsString(); });
+                       [&client](const Column& column) { return Cell(client[column.key]); });
     }
     return rows;
 }

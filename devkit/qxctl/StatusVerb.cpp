@@ -5,8 +5,9 @@
 #include "ControlMails.h"
 #include "ControlRequest.h"
 #include "Failure.h"
+#include "JsonLine.h"
+#include "JsonQuote.h"
 #include "QxCommon_JsonDb.h"
-#include "QxCommon_utility.h"
 #include "ServiceState.h"
 #include "StatusTable.h"
 
@@ -18,8 +19,8 @@ constexpr std::chrono::seconds limit{10};
 std::wstring AbsentService()
 {
     const ServiceState service = QueryHostService();
-    return LR"({"clients":[],"service":{"name":)" + ControlRequest::Quote(service.name) + LR"(,"state":)" +
-           ControlRequest::Quote(StateName(service)) + L"}}";
+    return LR"({"clients":[],"service":{"name":)" + JsonQuote(service.name) + LR"(,"state":)" +
+           JsonQuote(StateName(service)) + L"}}";
 }
 
 // What programs get of a service that answers. The state is the service manager's word, as for an absent one:
@@ -27,9 +28,9 @@ std::wstring AbsentService()
 std::wstring PresentService(QxCommon::JsonDb& reply)
 {
     QxCommon::JsonDb state;
-    state.ParseFromString(ControlRequest::Quote(StateName(QueryHostService())));
+    state.ParseFromString(JsonQuote(StateName(QueryHostService())));
     reply[L"service"][L"state"].Assign(state);
-    return QxCommon::TrimTrailingLineFeeds(reply.ToFastString());
+    return JsonLine(reply);
 }
 } // namespace
 

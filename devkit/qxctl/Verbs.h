@@ -8,6 +8,7 @@
 
 [[nodiscard]] int RunStatus(const Arguments& arguments, ControlClient& client, Output& output);
 [[nodiscard]] int RunSend(const Arguments& arguments, ControlClient& client, Output& output);
+[[nodiscard]] int RunMail(const Arguments& arguments, ControlClient& client, Output& output);
 [[nodiscard]] int RunAnswer(const Arguments& arguments, ControlClient& client, Output& output);
 
 // Needs no service.

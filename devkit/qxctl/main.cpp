@@ -57,6 +57,7 @@ int RunWithClient(const Arguments& arguments, ControlClient& client, Output& out
     {
     case Verb::Status: return RunStatus(arguments, client, output);
     case Verb::Send: return RunSend(arguments, client, output);
+    case Verb::Mail: return RunMail(arguments, client, output);
     case Verb::Watch: return Watcher(arguments, client, output).Run();
     default: return RunAnswer(arguments, client, output);
     }

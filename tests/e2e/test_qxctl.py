@@ -3,6 +3,8 @@
 from __future__ import annotations
 
 import json
+import os
+import shutil
 import subprocess
 from collections.abc import Iterator
 from pathlib import Path
@@ -16,6 +18,7 @@ from product import Product, exit_event
 OWN_SERVICES = True
 
 EVENT_CENTER, EVENT_MAIL = 5, 0x1802
+INPUT_MAIL = 0x10060
 STARTED = 18
 
 
@@ -92,6 +95,7 @@ def test_product_decides_whose_service_it_is(product: Product, service: HostServ
     assert refused.code == 3
     assert "Brisketta Host Service is not installed" in refused.err
     assert service.status()["service"]["product"] == "Melvio"
+    assert service.status()["service"]["state"] == "running"
 
 
 def test_send_prints_the_reply_and_fails_with_it(product: Product, service: HostService) -> None:
@@ -128,12 +132,27 @@ def test_watch_prints_the_events_of_a_start(product: Product, service: HostServi
     agent = product.start_running()
     code, records = watch.end()
     assert code == 0
-    assert "register" in [record["kind"] for record in records]
+    assert {record["kind"] for record in records} == {"event", "mail"}
     events = [record for record in records if record["kind"] == "event"]
     assert events and all(record["processId"] == agent.number for record in events)
     assert (events[0]["pluginId"], events[0]["mailId"]) == (EVENT_CENTER, EVENT_MAIL)
     assert events[0]["time"] and events[0]["event"]
     assert STARTED in [record["request"]["eventId"] for record in events]
+
+
+def test_watch_waits_for_a_mail_beyond_the_command_for_it(
+    product: Product, service: HostService, tmp_path: Path
+) -> None:
+    agent = product.start_running()
+    service.wait_for_event(agent.number, STARTED)
+    service.wait_for_records(agent.number, "mail")  # the last one by itself, for the service's handle
+    mail = Watch(product, tmp_path / "notes", "--count", "1", "--timeout", "60")
+    everything = Watch(product, tmp_path / "more notes", "--everything", "--count", "1", "--timeout", "60")
+    assert service.send({"JD_COMMAND_ID": 1100, "interval": 1})["retCode"] > 0
+    code, (first,) = mail.end()
+    assert (code, first["kind"], first["mailId"]) == (0, "mail", INPUT_MAIL)
+    code, (first,) = everything.end()
+    assert (code, first["kind"]) == (0, "command")
 
 
 def test_watch_goes_on_with_the_next_service(
@@ -159,6 +178,26 @@ def test_answer_sets_what_the_agent_gets(product: Product, service: HostService)
     agent = product.start_running()
     assert product.wait_for_log("executing command failed, err=-520159218", agent)
     assert service.qxctl("answer", "--reset").out == "Every answer is as usual.\n"
+
+
+def test_mail_reaches_a_plug_in(service: HostService) -> None:
+    event = service.qxctl("mail", "--plugin", "5", "--mail", "0x1802", '{"eventId": 18}')
+    assert (event.code, event.out, event.err) == (0, "{}\n", "")
+    (record,) = service.journal()
+    assert (record["kind"], record["event"]) == ("event", "StartFinished")
+    unknown = service.qxctl("mail", "--plugin", "0x123456", "--mail", "1")
+    assert (unknown.code, unknown.out) == (1, "")
+    assert unknown.err == "qxctl: refused: 0xe0ff000e, not found\n"
+
+
+def test_mail_reaches_a_plug_in_of_ones_own(product: Product, installed: HostService) -> None:
+    plugins = product.root / "win32/plugins"
+    plugins.mkdir()
+    shutil.copy(os.environ["QX_SAMPLE_PLUGIN"], plugins)
+    installed.start()
+    greeted = installed.qxctl("mail", "--plugin", "0x4E0100", "--mail", "1")
+    assert greeted.code == 0, greeted.err
+    assert json.loads(greeted.out)["greeting"].startswith("Hello, process ")
 
 
 def test_exit_ends_the_agent(product: Product, service: HostService) -> None:

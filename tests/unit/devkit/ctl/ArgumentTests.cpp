@@ -134,6 +134,23 @@ TEST(ArgumentsTest, OfAnswerAreAnAddressOrAReset)
     EXPECT_THAT(ErrorOf({L"answer", L"--reset", L"--times", L"1"}), HasSubstr(L"stands alone"));
 }
 
+TEST(ArgumentsTest, OfMailAreAddressAndText)
+{
+    const Arguments arguments =
+        Parsed({L"mail", L"--plugin", L"0x4E0100", L"--mail", L"7", L"{}", L"--timeout", L"3"});
+    EXPECT_EQ(arguments.verb, Verb::Mail);
+    EXPECT_EQ(arguments.rule.pluginId, 0x4E0100U);
+    EXPECT_EQ(arguments.rule.mailId, 7U);
+    EXPECT_EQ(arguments.command, L"{}");
+    EXPECT_EQ(arguments.timeoutSeconds, 3U);
+    EXPECT_EQ(Parsed({L"mail", L"--plugin", L"5", L"--mail", L"1", L"--file", L"x"}).file, L"x");
+    EXPECT_THAT(ErrorOf({L"mail", L"--plugin", L"5"}), HasSubstr(L"needs --plugin and --mail"));
+    EXPECT_THAT(ErrorOf({L"mail", L"--plugin", L"5", L"--mail", L"1", L"{}", L"--file", L"x"}),
+                HasSubstr(L"not both"));
+    EXPECT_EQ(ErrorOf({L"mail", L"--plugin", L"5", L"--mail", L"1", L"--result", L"1"}),
+              L"unknown option --result");
+}
+
 TEST(ArgumentsTest, OfEveryVerbMayStandBeforeIt)
 {
     const Arguments arguments = Parsed({L"--json", L"--product", L"b", L"answer", L"--reset"});

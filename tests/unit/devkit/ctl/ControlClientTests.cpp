@@ -118,9 +118,7 @@ TEST(ControlClientTest, LeavesACallThatHangsAndItsConnection)
         });
     {
         ControlClient client;
-        EXPECT_FALSE(client.HasAbandonedCalls());
         EXPECT_EQ(client.Mail(1, 1, L"{}", std::chrono::milliseconds(50)).call, timedOut);
-        EXPECT_TRUE(client.HasAbandonedCalls());
         EXPECT_EQ(client.Mail(1, 2, L"{}", limit).call, 0);
         EXPECT_EQ(link.Managers(), 2);
     }

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "JsonQuote.h"
 #include "QxCommon_JsonDb.h"
 
 namespace
@@ -9,7 +10,7 @@ namespace
 std::wstring RoundTrip(const std::wstring& text)
 {
     QxCommon::JsonDb parsed;
-    EXPECT_EQ(parsed.ParseFromString(L"{\"t\":" + ControlRequest::Quote(text) + L"}"), 0U);
+    EXPECT_EQ(parsed.ParseFromString(L"{\"t\":" + JsonQuote(text) + L"}"), 0U);
     return parsed[L"t"].AsString();
 }
 
@@ -33,7 +34,7 @@ TEST(ControlRequestTest, ReplacesHalvesOfPairs)
 TEST(ControlRequestTest, WritesTheRequestsAsLaidDown)
 {
     EXPECT_EQ(ControlRequest::Send(7, L"{\"a\":\"\n\"}", 60000),
-              LR"({"processId":7,"command":"{\"a\":\"\u000a\"}","timeoutMs":60000})");
+              LR"({"processId":7,"command":"{\"a\":\"\n\"}","timeoutMs":60000})");
     EXPECT_EQ(ControlRequest::Watch(18446744073709551615ULL, 1000, 100),
               LR"({"after":18446744073709551615,"waitMs":1000,"max":100})");
     EXPECT_EQ(ControlRequest::WatchFromNow(), LR"({"waitMs":0,"fromNow":true})");

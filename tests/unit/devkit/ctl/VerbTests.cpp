@@ -6,6 +6,7 @@
 #include "FakeLink.h"
 #include "FakeProduct.h"
 #include "FakeServiceManager.h"
+#include "JsonQuote.h"
 #include "QxCommon_JsonDb.h"
 #include "RecordingOutput.h"
 #include "TempDir.h"
@@ -22,6 +23,9 @@ constexpr const wchar_t* statusReply =
     LR"("startedAt":"2026-01-02T03:04:05.006"},"clients":[)"
     LR"({"processId":44,"sessionId":1,"clientName":"QxSessionAgent","registeredAt":"2026-01-02T03:04:06.000","mails":3},)"
     LR"({"processId":1044,"sessionId":12,"clientName":"x","registeredAt":"2026-01-02T03:04:07.000","mails":12}]})";
+
+// A client that replied.
+const FakeLink::Reply replied{.json = LR"({"processId":44,"status":0,"reply":"{}"})"};
 
 class VerbTest : public ::testing::Test
 {
@@ -42,6 +46,7 @@ protected:
         {
         case Verb::Status: return RunStatus(parsed.arguments, client, output);
         case Verb::Send: return RunSend(parsed.arguments, client, output);
+        case Verb::Mail: return RunMail(parsed.arguments, client, output);
         default: return RunAnswer(parsed.arguments, client, output);
         }
     }
@@ -50,7 +55,7 @@ protected:
     int RunSendWith(const std::wstring& reply, std::int32_t status = 0)
     {
         return Run({L"send", L"{}"}, {.json = L"{\"processId\":44,\"status\":" + std::to_wstring(status) +
-                                              L",\"reply\":" + ControlRequest::Quote(reply) + L"}"});
+                                              L",\"reply\":" + JsonQuote(reply) + L"}"});
     }
 
     FakeProduct product{L"qxctl_M.exe"};
@@ -154,7 +159,7 @@ TEST_F(VerbTest, SendPassesTheTextOnAsItStands)
     for (const wchar_t* command :
          {L"{\"JD_COMMAND_ID\": 1001}\n", L"no JSON \"\\", L"", L"\x1\x4E09\xD83D\xDE00"})
     {
-        EXPECT_EQ(Run({L"send", L"--pid", L"44", L"--timeout", L"5", L"--", command}, {}), ExitCode::Ok);
+        EXPECT_EQ(Run({L"send", L"--pid", L"44", L"--timeout", L"5", L"--", command}, replied), ExitCode::Ok);
         EXPECT_EQ(mail.mailId, Control::Send);
         QxCommon::JsonDb request;
         ASSERT_EQ(request.ParseFromString(mail.request), 0U);
@@ -169,7 +174,7 @@ TEST_F(VerbTest, SendTakesTheTextOfAFile)
     const TestSupport::TempDir folder;
     const std::string bytes("{\"a\":\"\xE4\xB8\x89\"}\0\r\n", 14);
     const std::wstring path = folder.Write(L"command.json", bytes);
-    EXPECT_EQ(Run({L"send", L"--file", path}, {}), ExitCode::Ok);
+    EXPECT_EQ(Run({L"send", L"--file", path}, replied), ExitCode::Ok);
     QxCommon::JsonDb request;
     ASSERT_EQ(request.ParseFromString(mail.request), 0U);
     EXPECT_EQ(request[L"command"].AsString(), std::wstring(L"{\"a\":\"\x4E09\"}\0\r\n", 12));
@@ -199,7 +204,7 @@ TEST_F(VerbTest, SendFailsForANegativeRetCode)
 TEST_F(VerbTest, SendQuotesAReplyThatIsNoJson)
 {
     EXPECT_EQ(RunSendWith(L"no \"JSON\"\n"), ExitCode::Refused);
-    EXPECT_EQ(output.text, L"\"no \\\"JSON\\\"\\u000a\"\n");
+    EXPECT_EQ(output.text, L"\"no \\\"JSON\\\"\\n\"\n");
     EXPECT_THAT(output.notes, ElementsAre(L"the client's reply is no JSON"));
 }
 
@@ -213,6 +218,65 @@ TEST_F(VerbTest, SendFailsWithTheClient)
     EXPECT_THAT(output.notes,
                 ElementsAre(HasSubstr(L"takes no commands"), HasSubstr(L"0xe0fe04cf, the client is gone"),
                             HasSubstr(L"did not reply in time")));
+}
+
+TEST_F(VerbTest, SendFailsWithoutAReply)
+{
+    for (const wchar_t* const silent : {LR"({"processId":44,"status":553582592})", L"{}"})
+    {
+        output = {};
+        EXPECT_EQ(Run({L"send", L"{}"}, {.json = silent}), ExitCode::Refused);
+        EXPECT_EQ(output.text, L"");
+        EXPECT_THAT(output.notes, ElementsAre(HasSubstr(L"sent no reply")));
+    }
+}
+
+TEST_F(VerbTest, ReplyOfAClientHoldsNothingThatATerminalObeys)
+{
+    EXPECT_EQ(RunSendWith(L"{\"b\":\"\x1b[2J\x7f\x9b\",\t\"a\":1} // \x1b[2J"), ExitCode::Ok);
+    EXPECT_EQ(output.text, L"{\"a\":1,\"b\":\"\\u001b[2J\\u007f\\u009b\"}\n");
+    output = {};
+    EXPECT_EQ(RunSendWith(L"no JSON \x1b[2J\x7f\x9b\u4e09"), ExitCode::Refused);
+    EXPECT_EQ(output.text, L"\"no JSON \\u001b[2J\\u007f\\u009b\u4e09\"\n");
+}
+
+TEST_F(VerbTest, StatusHoldsNothingThatATerminalObeys)
+{
+    const FakeServiceManager manager(SERVICE_RUNNING);
+    const std::wstring reply = LR"({"service":{"name":"N"},"clients":[{"processId":44,"clientName":)" +
+                               JsonQuote(L"x\x1b[2J\r\n\x7f\x80\x9f\u00a0y") + L"}]}";
+    EXPECT_EQ(Run({L"status"}, {.json = reply}), ExitCode::Ok);
+    EXPECT_THAT(output.text, HasSubstr(L"  x\xFFFD[2J\xFFFD\xFFFD\xFFFD\xFFFD\xFFFD\u00a0y  "));
+    output = {};
+    EXPECT_EQ(Run({L"status", L"--json"}, {.json = reply}), ExitCode::Ok);
+    EXPECT_THAT(output.text, HasSubstr(LR"("x\u001b[2J\r\n\u007f\u0080\u009f\u00a0y")"));
+}
+
+TEST_F(VerbTest, MailGoesToAnyPlugin)
+{
+    EXPECT_EQ(
+        Run({L"mail", L"--plugin", L"0x4E0100", L"--mail", L"7", L"no JSON"}, {.json = L"{\"b\": 1}\n"}),
+        ExitCode::Ok);
+    EXPECT_EQ(mail.pluginId, 0x4E0100U);
+    EXPECT_EQ(mail.mailId, 7U);
+    EXPECT_EQ(mail.request, L"no JSON");
+    EXPECT_EQ(output.text, L"{\"b\": 1}\n");
+    EXPECT_THAT(output.notes, IsEmpty());
+    EXPECT_EQ(Run({L"mail", L"--plugin", L"5", L"--mail", L"1"}, {}), ExitCode::Ok);
+    EXPECT_EQ(mail.request, L"{}");
+}
+
+TEST_F(VerbTest, MailTellsHowItFailed)
+{
+    const std::vector<std::wstring> words = {L"mail", L"--plugin", L"5", L"--mail", L"1"};
+    EXPECT_EQ(Run(words, {.result = 0xE0FF000E}), ExitCode::Refused);
+    EXPECT_EQ(output.text, L"");
+    EXPECT_EQ(Run(words, {.hasJson = false}), ExitCode::Refused);
+    EXPECT_EQ(Run(words, {.call = Status::FromSystemError(ERROR_TIMEOUT)}), ExitCode::TimedOut);
+    EXPECT_EQ(Run(words, {.json = L"no JSON"}), ExitCode::Refused);
+    EXPECT_EQ(output.text, L"\"no JSON\"\n");
+    EXPECT_THAT(output.notes, ElementsAre(L"refused: 0xe0ff000e, not found", HasSubstr(L"holds no reply"),
+                                          HasSubstr(L"no answer in time"), HasSubstr(L"is no JSON")));
 }
 
 TEST_F(VerbTest, SendSaysWhichClientIsMissing)

@@ -1,4 +1,4 @@
-#include "Output.h"
+#include "StreamText.h"
 
 #include <gmock/gmock.h>
 
@@ -36,14 +36,14 @@ BOOL WINAPI FakeWriteConsoleW(HANDLE /*handle*/, const void* text, DWORD size, L
     return TRUE;
 }
 
-TEST(OutputTest, IsUtf8WithoutAMarkInAFile)
+TEST(StreamTextTest, IsUtf8WithoutAMarkInAFile)
 {
     EXPECT_EQ(WrittenToFile(L"a\x4E09\xD83D\xDE00\n"), "a\xE4\xB8\x89\xF0\x9F\x98\x80\n");
     EXPECT_EQ(WrittenToFile(L""), "");
     EXPECT_EQ(WrittenToFile(std::wstring(3000000, L'x')), std::string(3000000, 'x'));
 }
 
-TEST(OutputTest, IsWideOnAConsole)
+TEST(StreamTextTest, IsWideOnAConsole)
 {
     const TestSupport::ImportPatch mode(nullptr, "GetConsoleMode", &FakeGetConsoleMode);
     const TestSupport::ImportPatch write(nullptr, "WriteConsoleW", &FakeWriteConsoleW);
@@ -58,7 +58,7 @@ TEST(OutputTest, IsWideOnAConsole)
     EXPECT_EQ(all, text);
 }
 
-TEST(OutputTest, FailsWhenNobodyTakesIt)
+TEST(StreamTextTest, FailsWhenNobodyTakesIt)
 {
     HANDLE read = nullptr;
     HANDLE write = nullptr;
