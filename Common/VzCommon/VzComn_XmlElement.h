@@ -56,6 +56,8 @@ public:
     std::uint32_t SetAttribute(std::wstring_view path, const std::wstring& attributeName,
                                const std::wstring& value);
 
+    [[nodiscard]] std::size_t ChildCount() const { return children.size(); }
+
     // In document order. Each element has one place among its children, which all of these move: First to the
     // child that it gives, Next on from there. Null at the end, where the place stays then. Weak: the element
     // owns its children.

@@ -34,6 +34,14 @@ inline constexpr UINT ShowMonitorBall = Base + 4;
 inline constexpr UINT ShowGameConsole = Base + 5;
 } // namespace Command
 
+// What is added to the ids of the profile's other entries.
+namespace ProfileBase
+{
+inline constexpr UINT Tooltip = 32889;
+inline constexpr UINT MsgBox = 32989;
+inline constexpr UINT Icon = 33089;
+} // namespace ProfileBase
+
 // Ids of the tooltips that the profile describes.
 namespace Tooltip
 {

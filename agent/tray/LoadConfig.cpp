@@ -1,0 +1,6 @@
+#include "ProfileParser.h"
+
+bool LoadConfig()
+{
+    return true;
+}
