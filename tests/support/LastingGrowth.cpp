@@ -23,7 +23,7 @@ constexpr std::chrono::seconds patience{20};
 // What else is just ending.
 constexpr std::chrono::seconds moment{1};
 
-constexpr std::size_t unrest = std::size_t{256} << 10U;
+constexpr std::size_t unrest = std::size_t{64} << 10U;
 
 std::string DescribeMemory(std::size_t before, std::size_t after)
 {

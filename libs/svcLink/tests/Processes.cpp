@@ -21,7 +21,12 @@ Process::Process(const std::wstring& commandLine)
     STARTUPINFOW start{};
     start.cb = sizeof start;
     PROCESS_INFORMATION made{};
-    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &made))
+    const auto isStarted = [&] {
+        return CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start,
+                              &made);
+    };
+    // A system under load may fail for an inner reason, and not the next time.
+    if (!isStarted() && (GetLastError() != ERROR_INTERNAL_ERROR || !isStarted()))
     {
         throw std::runtime_error("the program was not started: " + std::to_string(GetLastError()));
     }
