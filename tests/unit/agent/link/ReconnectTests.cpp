@@ -176,7 +176,7 @@ TEST_F(ReconnectTest, TheLengthOfATryComesOnTopOfThePause)
     RegisterWith(service);
     TheLink().GiveProcess("0");
     TheLink().AnswerTo(registerId, {{Status::Failure, ""}, {Status::Failure, ""}, {0, ResultMessage(0)}});
-    TheLink().Before(registerId, [] { Sleep(700); });
+    TheLink().Before(registerId, [] { WaitForSingleObject(GetCurrentProcess(), 700); });
     service.Kill();
     ASSERT_TRUE(Registrations(4));
     ASSERT_TRUE(WaitUntil(&NobodyWatches));
