@@ -113,7 +113,7 @@ DWORD ServerCore::PatienceMs()
     {
         return ListenCheckMs;
     }
-    const ClientTable::Time now = Condition::Clock::now();
+    const ConnectionTable::Time now = Condition::Clock::now();
     const auto check = now + std::chrono::milliseconds(ListenCheckMs);
     const auto listen = m_listening || m_isPreparing ? check : m_listenAt;
     const auto left = std::min({check, listen, m_clients.NextCutOff()}) - now;
@@ -147,8 +147,8 @@ void ServerCore::OnClient(const Connection& connection, std::uint32_t error)
 // m_lock is held.
 bool ServerCore::Admit(const Connection& connection)
 {
-    const ClientTable::Time now = Condition::Clock::now();
-    const bool isFirst = m_clients.NextCutOff() == ClientTable::Time::max();
+    const ConnectionTable::Time now = Condition::Clock::now();
+    const bool isFirst = m_clients.NextCutOff() == ConnectionTable::Time::max();
     if (m_stopping || !connection->Identify(m_nextClient++) || !m_clients.Add(connection, now))
     {
         return false;

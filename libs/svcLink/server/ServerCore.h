@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ClientTable.h"
+#include "ConnectionTable.h"
 #include "OwedReads.h"
 #include "PortTurns.h"
 #include "ServerConnection.h"
@@ -90,7 +90,7 @@ private:
     SlimLock m_lock;
     Condition m_changed;     // for Stop
     bool m_stopping = false; // Guarded by m_lock, as all below.
-    ClientTable m_clients;
+    ConnectionTable m_clients;
     Connection m_listening;
     bool m_isPreparing = false;              // a thread makes what is to be m_listening
     Condition::Clock::time_point m_listenAt; // not before that

@@ -1,7 +1,7 @@
 #include "LinkTest.h"
 
 #include "ImportPatch.h"
-#include "ObjectCounts.h"
+#include "LastingGrowth.h"
 #include "RpcMsgBuffer.h"
 #include "WaitUntil.h"
 
@@ -12,7 +12,7 @@
 #include <latch>
 #include <thread>
 
-using TestSupport::GrowthOf;
+using TestSupport::LastingGrowthOf;
 using TestSupport::WaitUntil;
 
 namespace
@@ -125,24 +125,21 @@ TEST_F(LinkTest, SixtyFourClientsAreServedAtOnce)
 
 TEST_F(LinkTest, AHundredConnectionsLeaveNothingBehind)
 {
-    // The service's threads go when they have had no work for ten seconds.
-    constexpr std::chrono::seconds patience{25};
     StartServer();
-    EXPECT_EQ(GrowthOf(
+    EXPECT_EQ(LastingGrowthOf(
                   [&]
                   {
                       const Manager manager = Connect();
                       EXPECT_EQ(Execute(*manager, 0x2052, MessageOf(5000), &DoNothing, "me").status, success);
                       const auto id = handler.Connected().back().id;
                       EXPECT_EQ(server.CallBack(id, "me", {}, std::chrono::seconds(60)).status, success);
-                  },
-                  100, patience),
+                  }),
               "");
 }
 
 TEST_F(LinkTest, AHundredRestartsOfTheServiceLeaveNothingBehind)
 {
-    EXPECT_EQ(GrowthOf(
+    EXPECT_EQ(LastingGrowthOf(
                   [&]
                   {
                       StartServer();
@@ -150,8 +147,7 @@ TEST_F(LinkTest, AHundredRestartsOfTheServiceLeaveNothingBehind)
                       EXPECT_EQ(Execute(*manager, 0x2052, MessageOf(5000), &DoNothing, "me").status, success);
                       server.Stop();
                       EXPECT_LT(Execute(*manager, 0x2051, {}).status, 0);
-                  },
-                  100),
+                  }),
               "");
 }
 

@@ -13,7 +13,7 @@ namespace SvcLink
 
 // The connections that have a client, with those whose client is gone but has calls under way. Not
 // thread-safe.
-class ClientTable
+class ConnectionTable
 {
 public:
     using Connection = std::shared_ptr<ServerConnection>;

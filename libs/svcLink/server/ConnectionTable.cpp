@@ -1,4 +1,4 @@
-#include "ClientTable.h"
+#include "ConnectionTable.h"
 
 #include "ServerLimits.h"
 
@@ -7,7 +7,7 @@
 namespace SvcLink
 {
 
-bool ClientTable::Add(const Connection& connection, Time now)
+bool ConnectionTable::Add(const Connection& connection, Time now)
 {
     const Client& client = connection->client;
     try
@@ -32,7 +32,7 @@ bool ClientTable::Add(const Connection& connection, Time now)
     return true;
 }
 
-void ClientTable::Remove(const ServerConnection& connection)
+void ConnectionTable::Remove(const ServerConnection& connection)
 {
     const auto share = m_shares.find(connection.client.processId);
     const bool isLast = !connection.share || --connection.share->connections == 0;
@@ -44,12 +44,12 @@ void ClientTable::Remove(const ServerConnection& connection)
     m_connections.erase(connection.client.id);
 }
 
-void ClientTable::Welcome(std::uint64_t clientId)
+void ConnectionTable::Welcome(std::uint64_t clientId)
 {
     m_unknown.erase(clientId);
 }
 
-void ClientTable::CutOffUnknown()
+void ConnectionTable::CutOffUnknown()
 {
     while (!m_unknown.empty() && m_unknown.begin()->second <= Condition::Clock::now())
     {
@@ -61,18 +61,18 @@ void ClientTable::CutOffUnknown()
     }
 }
 
-ClientTable::Time ClientTable::NextCutOff() const
+ConnectionTable::Time ConnectionTable::NextCutOff() const
 {
     return m_unknown.empty() ? Time::max() : m_unknown.begin()->second;
 }
 
-ClientTable::Connection ClientTable::Find(std::uint64_t clientId) const
+ConnectionTable::Connection ConnectionTable::Find(std::uint64_t clientId) const
 {
     const auto found = m_connections.find(clientId);
     return found == m_connections.end() ? nullptr : found->second;
 }
 
-void ClientTable::CancelAll()
+void ConnectionTable::CancelAll()
 {
     for (const auto& [id, connection] : m_connections)
     {
