@@ -159,11 +159,11 @@ void XmlParser::SkipEvents()
     }
     catch (XmlException* caught)
     {
-        const std::unique_ptr<XmlException> exception(caught);
-        if (exception->code != ERROR_NO_MORE_ITEMS)
+        if (caught->code != ERROR_NO_MORE_ITEMS)
         {
-            VZ_THROW(XmlException, exception->code);
+            throw;
         }
+        delete caught;
     }
 }
 

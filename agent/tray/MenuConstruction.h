@@ -5,5 +5,5 @@
 struct MenuNode;
 
 // Appends the node, its siblings and all below them to the menu, which then owns the submenus. Depth costs no
-// stack. An entry that cannot be had is logged and left out.
+// stack. An entry of an unknown type is logged and left out.
 void ConstructMenus(CMenu& menu, const MenuNode* firstNode);

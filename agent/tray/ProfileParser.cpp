@@ -7,6 +7,7 @@
 #include "VzComn_XmlParser.h"
 
 #include <cwchar>
+#include <new>
 
 using VzCommon::Storage::XmlElement;
 
@@ -45,6 +46,11 @@ bool ReadDocument(const std::wstring& rootFolder, const std::wstring& file, XmlE
     {
         const std::unique_ptr<VzCommon::Storage::Exception> exception(caught);
         LOG_ERROR << L"Excpetion when reading XML file: " << exception->code;
+        return false;
+    }
+    catch (const std::bad_alloc&)
+    {
+        LOG_ERROR << L"Excpetion when reading XML file: " << ERROR_OUTOFMEMORY;
         return false;
     }
 }

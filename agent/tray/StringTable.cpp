@@ -16,16 +16,11 @@ bool CStringTable::ParseStringTable(QxCommon::JsonDb& table, const std::wstring&
         LOG_ERROR << L"UiDeskTrayString.json file does not exist. Path: " << file;
         return false;
     }
-    QxCommon::JsonDb read; // what stands before a syntax error is no table
-    const AgentStatus status = QxCommon::JsonDb::ParseFromFile(file, read);
+    const AgentStatus status = QxCommon::JsonDb::ParseFromFile(file, table);
     if (Status::Failed(status))
     {
         LOG_ERROR << L"Failed to load JSON file <" << file << L">, error = 0x" << std::hex << status;
         return false;
-    }
-    if (read.LastError() == ERROR_SUCCESS)
-    {
-        table.Assign(read);
     }
     LOG_INFO << table.ToStyledString();
     return true;

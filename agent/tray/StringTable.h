@@ -8,8 +8,8 @@
 class CStringTable
 {
 public:
-    // Reads the file, plain or enciphered. False, and logged, if it is missing or cannot be opened. A file
-    // that does not parse gives an empty table.
+    // Reads the file, plain or enciphered. False, and logged, if it is missing or cannot be opened. Of a
+    // file that does not parse the table holds what stands before the error.
     [[nodiscard]] static bool ParseStringTable(QxCommon::JsonDb& table, const std::wstring& file);
 
     // The table of this process. Filled by LoadConfig on the main thread, and constant from then on.

@@ -1,11 +1,22 @@
 #include "VzSysTray.h"
 
-LRESULT CSystemTray::OnTrayCallback(WPARAM /*id*/, LPARAM /*event*/)
-{
-    return 1;
-}
+#include "MenuConstruction.h"
+#include "ProfileParser.h"
+#include "VzComn_LogFront.h"
+#include "resource.h"
 
-BOOL CSystemTray::RemoveIcon()
+void CVzSysTray::CustomizeMenu(CMenu* pMenu)
 {
-    return TRUE;
+    if (pMenu == nullptr)
+    {
+        LOG_ERROR << L"pMenu is NULL";
+        return;
+    }
+    if (!pMenu->DeleteMenu(ID_TRAY_PLACE_HOLDER, MF_BYCOMMAND))
+    {
+        const DWORD error = GetLastError();
+        LOG_ERROR << L"Can't delete place_holder menu item.";
+        LOG_ERROR << L"CMenu::DeleteMenu GetLastError=" << error;
+    }
+    ConstructMenus(*pMenu, CProfileParser::Instance().m_pMenuRoot.get());
 }

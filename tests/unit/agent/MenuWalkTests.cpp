@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <afxwin.h>
+
 #include "ProfileParser.h"
 
 TEST(MenuWalkTest, LooksAtANodeThenItsSubtreeThenItsSiblings)
@@ -19,4 +21,27 @@ TEST(MenuWalkTest, LooksAtANodeThenItsSubtreeThenItsSiblings)
     EXPECT_EQ(FindMenuFunction(&root, 7), 1U);
     EXPECT_EQ(FindMenuFunction(&root, 8), std::nullopt);
     EXPECT_EQ(FindMenuFunction(nullptr, 1), std::nullopt);
+}
+
+TEST(MenuWalkTest, UpdatesByTheFirstNodeOfAnId)
+{
+    struct Record : CCmdUI
+    {
+        void Enable(BOOL on) override { enabled = on; }
+
+        void SetCheck(int check) override { checked = check; }
+
+        int enabled = -1;
+        int checked = -1;
+    } record;
+
+    MenuNode root;
+    root.id = 7;
+    root.enabled = false;
+    root.checked = true;
+    root.next = std::make_unique<MenuNode>();
+    root.next->id = 7;
+    UpdateCommandUi(record, &root, 7);
+    EXPECT_EQ(record.enabled, FALSE);
+    EXPECT_EQ(record.checked, 1);
 }

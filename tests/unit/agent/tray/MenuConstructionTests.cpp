@@ -85,6 +85,14 @@ TEST_F(MenuConstructionTest, MakesABoldItemTheDefaultButNoSubmenu)
     EXPECT_EQ(DefaultOf(menu), 32792U);
     EXPECT_EQ(GetMenuState(menu.GetSafeHmenu(), 32792, MF_BYCOMMAND), UINT{MF_DEFAULT})
         << "the rest of the state comes when the menu opens";
+    EXPECT_THAT(Texts(), IsEmpty()) << "a submenu is not even tried";
+}
+
+TEST_F(MenuConstructionTest, MakesTheFirstItemOfABoldOnesIdTheDefault)
+{
+    Construct("<m type='string' id='1'><m type='string' id='2'/></m><m type='string' id='2' font='bold'/>");
+    EXPECT_EQ(DefaultOf(menu), static_cast<UINT>(-1));
+    EXPECT_EQ(DefaultOf(*menu.GetSubMenu(0)), 32791U) << "deliberate: the system's search goes into submenus";
 }
 
 TEST_F(MenuConstructionTest, GoesOnBehindAnItemWhoseStateItCannotHave)

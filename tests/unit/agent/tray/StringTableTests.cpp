@@ -59,9 +59,16 @@ TEST_F(StringTableTest, RefusesAFileThatIsMissingOrCannotBeOpened)
                             L": [ERROR] Failed to load JSON file <" + folder + L">, error = 0xe0ff0012"));
 }
 
-TEST_F(StringTableTest, IsEmptyAfterAFileThatDoesNotParse)
+TEST_F(StringTableTest, HoldsWhatStandsBeforeASyntaxError)
 {
-    for (const char* text : {"", "{\"Menus\":{\"a\":\"b\"}", "[1,2]", "7", "{\"Menus\":[]}"})
+    EXPECT_TRUE(Read("{\"Menus\":{\"a\":\"b\",\"c\":"));
+    EXPECT_EQ(TextOf(L"Menus", L"a"), L"b");
+    EXPECT_EQ(TextOf(L"Menus", L"c"), L"");
+}
+
+TEST_F(StringTableTest, GivesEmptyTextsOfAFileThatIsNoTable)
+{
+    for (const char* text : {"", "Menus", "[1,2]", "7", "{\"Menus\":[]}"})
     {
         EXPECT_TRUE(Read(text)) << text;
         EXPECT_EQ(TextOf(L"Menus", L"a"), L"") << text;
