@@ -66,6 +66,10 @@ ServiceKeeper::NextStep ServiceKeeper::Step(Clock::time_point now)
     const Connection connection(m_name);
     if (connection.Service() == nullptr)
     {
+        if (m_goal == Goal::Stopped && connection.Error() == ERROR_SERVICE_DOES_NOT_EXIST)
+        {
+            m_goal = Goal::None;
+        }
         ComplainOnce(L"The service cannot be opened", connection.Error());
         return idle;
     }

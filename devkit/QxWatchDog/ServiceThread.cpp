@@ -67,9 +67,13 @@ public:
         SetEvent(m_ended.Get());
     }
 
-    [[nodiscard]] bool WaitForEnd(DWORD limitMs) const
+    void WaitForEnd() const { WaitForSingleObject(m_ended.Get(), endLimitMs); }
+
+    // False if the time is over or the event comes first.
+    [[nodiscard]] bool WaitForEnd(DWORD limitMs, HANDLE giveUp) const
     {
-        return WaitForSingleObject(m_ended.Get(), limitMs) == WAIT_OBJECT_0;
+        const std::array handles{m_ended.Get(), giveUp};
+        return WaitForMultipleObjects(2, handles.data(), FALSE, limitMs) == WAIT_OBJECT_0;
     }
 
 private:
@@ -105,7 +109,7 @@ ServiceThread::ServiceThread(const std::wstring& name) : m_state(std::make_share
 ServiceThread::~ServiceThread()
 {
     m_state->Tell(Wish::End);
-    (void)m_state->WaitForEnd(endLimitMs);
+    m_state->WaitForEnd();
 }
 
 void ServiceThread::WantRunning()
@@ -118,10 +122,10 @@ void ServiceThread::WantStopped()
     m_state->Tell(Wish::Stopped);
 }
 
-bool ServiceThread::EndStopped(std::chrono::milliseconds limit)
+bool ServiceThread::EndStopped(std::chrono::milliseconds limit, HANDLE giveUp)
 {
     m_state->Tell(Wish::EndStopped);
-    return m_state->WaitForEnd(Milliseconds(limit));
+    return m_state->WaitForEnd(Milliseconds(limit), giveUp);
 }
 
 } // namespace WatchDog

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <windows.h>
+
 #include <chrono>
 #include <memory>
 #include <string>
@@ -26,8 +28,9 @@ public:
     void WantRunning();
     void WantStopped();
 
-    // Stops the service and ends the thread; nothing can be wanted any more. False if that takes longer.
-    [[nodiscard]] bool EndStopped(std::chrono::milliseconds limit);
+    // Stops the service and ends the thread; nothing can be wanted any more. False if that takes longer, or
+    // if it is given up: if that event is signalled.
+    [[nodiscard]] bool EndStopped(std::chrono::milliseconds limit, HANDLE giveUp);
 
 private:
     class State;

@@ -150,9 +150,9 @@ void Watch::EndAll(HANDLE end)
         const HANDLE handles[] = {end, m_agent->Process()};
         WaitForMultipleObjects(2, handles, FALSE, agentLimitMs);
     }
-    if (!m_service.EndStopped(serviceLimit))
+    if (!m_service.EndStopped(serviceLimit, end))
     {
-        Complain(L"The service does not stop in time.");
+        Complain(L"The service does not stop in time; it is left so.");
     }
 }
 

@@ -84,15 +84,24 @@ AgentStatus ClientConnection::Call(FrameHeader header, std::span<const std::uint
         m_waiting.push_back(&waiting);
         header.id = waiting.id;
     }
-    if (const std::uint32_t error = m_pipe.Write(header, message, INFINITE); error != ERROR_SUCCESS)
+    const std::uint32_t error = m_pipe.Write(header, message, INFINITE);
+    const bool isUnsent = error == ERROR_NOT_ENOUGH_MEMORY; // nothing has been sent, the connection is sound
+    if (error != ERROR_SUCCESS && !isUnsent)
     {
         LoseNow(error);
         m_pipe.Cancel();
     }
     std::unique_lock hold(m_lock);
-    WaitForAnswer(hold, waiting);
+    if (!isUnsent)
+    {
+        WaitForAnswer(hold, waiting);
+    }
     std::erase(m_waiting, &waiting);
     PassOn();
+    if (isUnsent)
+    {
+        return Status::OutOfMemory;
+    }
     if (!waiting.answered)
     {
         return Status::FromSystemError(m_lostBy);

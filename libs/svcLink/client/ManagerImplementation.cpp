@@ -114,7 +114,15 @@ AgentStatus CRpcClientManager::Implementation::SendWithCallback(const CRpcComman
     const std::string trackingId(TrackingIdOf(command.szTrackingId));
     // The service may call back before it has answered.
     const Callback previous = m_callbacks->Set(trackingId, callback);
-    const AgentStatus status = Send(command, result);
+    AgentStatus status = Status::OutOfMemory;
+    try
+    {
+        status = Send(command, result);
+    }
+    catch (const std::bad_alloc&)
+    {
+        result.iStatus = status;
+    }
     if (Status::Failed(status) && previous != nullptr)
     {
         m_callbacks->Set(trackingId, previous);

@@ -60,9 +60,10 @@ bool ServerConnection::MarkGone()
     return m_calls == 0;
 }
 
-std::uint32_t ServerConnection::Send(const FrameHeader& header, std::span<const std::uint8_t> message)
+std::uint32_t ServerConnection::Send(const FrameHeader& header, std::span<const std::uint8_t> message,
+                                     std::chrono::milliseconds limit)
 {
-    const std::uint32_t error = pipe.Write(header, message, static_cast<DWORD>(WriteLimit.count()));
+    const std::uint32_t error = pipe.Write(header, message, static_cast<DWORD>(limit.count()));
     if (error != ERROR_SUCCESS)
     {
         pipe.Cancel();
@@ -92,8 +93,13 @@ Answer ServerConnection::CallBack(const std::string& trackingId, std::span<const
     {
         return {Status::OutOfMemory, {}};
     }
-    const bool sent = Send(header, message) == ERROR_SUCCESS;
-
+    const std::uint32_t error = pipe.Write(header, message, static_cast<DWORD>(WriteLimit.count()));
+    const bool sent = error == ERROR_SUCCESS;
+    const bool isUnsent = error == ERROR_NOT_ENOUGH_MEMORY; // the connection is sound
+    if (!sent && !isUnsent)
+    {
+        pipe.Cancel();
+    }
     std::unique_lock hold(m_lock);
     const bool inTime = sent && waiting.wake.WaitUntil(hold, end, [&] { return waiting.answered || m_gone; });
     m_waiting.erase(header.id);
@@ -101,6 +107,10 @@ Answer ServerConnection::CallBack(const std::string& trackingId, std::span<const
     if (waiting.answered)
     {
         return AnswerOf(std::move(waiting.reply));
+    }
+    if (isUnsent)
+    {
+        return {Status::OutOfMemory, {}};
     }
     return {sent && !inTime ? statusTimedOut : statusGone, {}};
 }

@@ -2,6 +2,7 @@
 
 #include "MessagePipe.h"
 #include "ProcessShare.h"
+#include "ServerLimits.h"
 #include "SlimLock.h"
 #include "SvcLinkServer.h"
 
@@ -44,8 +45,9 @@ public:
     // call is under way.
     [[nodiscard]] bool MarkGone();
 
-    // Sends a frame. A client that does not take it within WriteLimit is cut off.
-    [[nodiscard]] std::uint32_t Send(const FrameHeader& header, std::span<const std::uint8_t> message);
+    // Sends a frame. A client that does not take it in time is cut off.
+    [[nodiscard]] std::uint32_t Send(const FrameHeader& header, std::span<const std::uint8_t> message,
+                                     std::chrono::milliseconds limit = WriteLimit);
 
     [[nodiscard]] Answer CallBack(const std::string& trackingId, std::span<const std::uint8_t> message,
                                   std::chrono::milliseconds limit);

@@ -19,7 +19,7 @@ bool IsIntroduction(const Frame& frame)
 {
     const std::uint32_t acquaintance = frame.header.second;
     return frame.header.kind == FrameKind::Introduction && frame.header.length == 0 &&
-           frame.header.TrackingId().size() == TrackingIdSize &&
+           frame.header.HasWholeTrackingId() &&
            (acquaintance == Acquaintance::New || acquaintance == Acquaintance::Known);
 }
 
@@ -71,7 +71,10 @@ void ServerCore::Stop()
     m_changed.Wait(hold, [this] { return m_clients.IsEmpty() && !m_listening; });
     m_turns.Quit();
     PostQueuedCompletionStatus(m_port.Get(), 0, QuitKey, nullptr); // for the one at the port
-    m_changed.Wait(hold, [this] { return m_threads == 0; });
+    while (!m_changed.WaitUntil(hold, Condition::Clock::now() + QuitAgain, [this] { return m_threads == 0; }))
+    {
+        PostQueuedCompletionStatus(m_port.Get(), 0, QuitKey, nullptr); // there may have been no memory for it
+    }
     // A process that ends while a thread is still leaving it may not survive that.
     const VzCommon::KernelHandle last = std::move(m_lastLeaver);
     hold.unlock();
@@ -237,7 +240,9 @@ void ServerCore::OnCall(const Connection& connection, Frame frame, bool alone)
         answer.kind = FrameKind::Answer;
         answer.id = frame.header.id;
         answer.status = Status::FromSystemError(ERROR_BUSY);
-        static_cast<void>(connection->Send(answer, {}));
+        connection->pipe.Memory()->Give(
+            std::move(frame.block)); // it counts for nobody while the client reads
+        static_cast<void>(connection->Send(answer, {}, alone ? LoneWriteLimit : WriteLimit));
         ReadOn(connection);
         return;
     }

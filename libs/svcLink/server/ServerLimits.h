@@ -22,6 +22,12 @@ inline constexpr std::chrono::milliseconds IntroductionLimit{10000};
 // A client that does not take a frame within this time is cut off, never before.
 inline constexpr std::chrono::milliseconds WriteLimit{10000};
 
+// The same for a refusal that is sent while nobody else is there for the others.
+inline constexpr std::chrono::milliseconds LoneWriteLimit{100};
+
+// How long the last threads may take to hear that the service ends, until they are told again.
+inline constexpr std::chrono::milliseconds QuitAgain{1000};
+
 // A thread without work ends after this time, unless it is the last one at the port.
 inline constexpr std::uint32_t ThreadIdleMs = 10000;
 

@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include <set>
+#include <thread>
 
 using SvcLink::FrameHeader;
 using SvcLink::FrameKind;
@@ -217,6 +218,29 @@ TEST_F(RawTest, AClientThatDoesNotReadIsCutOff)
     pipe.Introduce();
     EXPECT_TRUE(pipe.Write(BytesOfFrame(Of(FrameKind::Call, 1U << 20), 1U << 20)));
     EXPECT_EQ(Execute(*bystander, 0x2051, MessageOf(100)).status, success);
+    EXPECT_TRUE(WaitUntil([&] { return handler.Disconnected().size() == 1; }));
+    EXPECT_EQ(Execute(*bystander, 0x2051, MessageOf(100)).status, success);
+}
+
+// Its frames are there before each read begins, so that no read is left to be cancelled.
+TEST_F(RawTest, AClientThatWritesWithoutEndIsDisconnected)
+{
+    const RawPipe pipe;
+    pipe.Introduce();
+    EXPECT_TRUE(WaitUntil([&] { return handler.Connected().size() == 2; }));
+    const std::jthread flood(
+        [&]
+        {
+            while (pipe.Write(BytesOfFrame(Of(FrameKind::Call))))
+            {
+            }
+        });
+    FrameHeader answer;
+    for (int i = 0; i < 1000; ++i)
+    {
+        EXPECT_TRUE(pipe.Read(answer));
+    }
+    server.Disconnect(handler.Connected().back().id);
     EXPECT_TRUE(WaitUntil([&] { return handler.Disconnected().size() == 1; }));
     EXPECT_EQ(Execute(*bystander, 0x2051, MessageOf(100)).status, success);
 }

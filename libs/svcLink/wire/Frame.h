@@ -55,6 +55,8 @@ struct FrameHeader
     // Cuts the text at TrackingIdSize.
     void SetTrackingId(std::string_view text);
     [[nodiscard]] std::string TrackingId() const;
+
+    [[nodiscard]] bool HasWholeTrackingId() const noexcept { return trackingId[TrackingIdSize - 1] != '\0'; }
 };
 
 static_assert(sizeof(FrameHeader) == 72 && offsetof(FrameHeader, version) == 4 &&

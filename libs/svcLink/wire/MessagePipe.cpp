@@ -118,7 +118,7 @@ std::uint32_t MessagePipe::BeginRead()
 {
     // Once the read has begun, another thread may be the reader and close the pipe.
     const std::shared_lock inUse(m_useLock);
-    if (!m_pipe)
+    if (!m_pipe || m_cancelled)
     {
         return ERROR_OPERATION_ABORTED;
     }
@@ -164,6 +164,10 @@ std::uint32_t MessagePipe::Take(DWORD bytes, std::uint32_t error, Frame& frame)
     if (error != ERROR_SUCCESS && error != ERROR_MORE_DATA)
     {
         return error;
+    }
+    if (m_cancelled) // a read that finds data at once cannot be cancelled any more
+    {
+        return ERROR_OPERATION_ABORTED;
     }
     DWORD rest = 0;
     if (error == ERROR_MORE_DATA && !PeekNamedPipe(m_pipe.Get(), nullptr, 0, nullptr, nullptr, &rest))

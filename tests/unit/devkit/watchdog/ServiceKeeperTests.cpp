@@ -23,6 +23,7 @@ struct Manager
     DWORD exitCode = NO_ERROR;
     DWORD processId = 0;
     KernelHandle process{CreateEventW(nullptr, TRUE, FALSE, nullptr)}; // signalled when it has ended
+    DWORD openError = NO_ERROR;
     DWORD queryError = NO_ERROR;
     DWORD startError = NO_ERROR;
     DWORD stopError = NO_ERROR;
@@ -49,7 +50,7 @@ SC_HANDLE WINAPI FakeOpenManager(const wchar_t* /*machine*/, const wchar_t* /*da
 
 SC_HANDLE WINAPI FakeOpenService(SC_HANDLE /*manager*/, const wchar_t* /*name*/, DWORD /*access*/)
 {
-    return SomeHandle();
+    return Answer(g_manager.openError) ? SomeHandle() : nullptr;
 }
 
 BOOL WINAPI FakeClose(SC_HANDLE /*handle*/)
@@ -347,6 +348,17 @@ TEST_F(ServiceKeeperTest, KeepsTheWishToStopAServiceThatHasNoProcessYet)
     keeper.OnProcessEnd();
     (void)Step();
     EXPECT_THAT(log.Texts(), ElementsAre(L": [INFO] The service is stopped."));
+}
+
+TEST_F(ServiceKeeperTest, IsContentWhenWhatItIsToStopIsNotInstalled)
+{
+    keeper.WantStopped();
+    g_manager.openError = ERROR_ACCESS_DENIED;
+    (void)Step();
+    EXPECT_FALSE(keeper.IsContent());
+    g_manager.openError = ERROR_SERVICE_DOES_NOT_EXIST;
+    (void)Step();
+    EXPECT_TRUE(keeper.IsContent());
 }
 
 TEST_F(ServiceKeeperTest, AsksAServiceThatDoesNotStopOnceASecond)
