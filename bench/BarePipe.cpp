@@ -15,7 +15,7 @@ VzCommon::KernelHandle MakeEvent()
 
 bool Finish(HANDLE pipe, BOOL done, OVERLAPPED& overlapped, DWORD& bytes)
 {
-    return (done || GetLastError() == ERROR_IO_PENDING || GetLastError() == ERROR_PIPE_CONNECTED) &&
+    return (done || GetLastError() == ERROR_IO_PENDING) &&
            GetOverlappedResult(pipe, &overlapped, &bytes, TRUE);
 }
 
@@ -39,7 +39,12 @@ int ServeBarePipe()
     OVERLAPPED overlapped{};
     overlapped.hEvent = event.Get();
     DWORD bytes = 0;
-    Finish(pipe.Get(), ConnectNamedPipe(pipe.Get(), &overlapped), overlapped, bytes);
+    const BOOL connected = ConnectNamedPipe(pipe.Get(), &overlapped);
+    if (connected ||
+        GetLastError() != ERROR_PIPE_CONNECTED) // a client that was faster is reported nowhere else
+    {
+        Finish(pipe.Get(), connected, overlapped, bytes);
+    }
     std::vector<std::uint8_t> buffer(bufferSize);
     while (Transfer(pipe.Get(), event.Get(), false, buffer.data(), bufferSize, bytes) &&
            Transfer(pipe.Get(), event.Get(), true, buffer.data(), bytes, bytes))
