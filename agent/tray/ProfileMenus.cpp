@@ -2,10 +2,10 @@
 #include "ProfileParser.h"
 
 #include "AgentIds.h"
+#include "ProfileNumber.h"
 #include "VzComn_LogFront.h"
 #include "VzComn_XmlElement.h"
 
-#include <cwchar>
 #include <vector>
 
 using VzCommon::Storage::XmlElement;
@@ -22,18 +22,13 @@ struct Level
     bool isRead = false; // only its subtree and its siblings are to come
 };
 
-UINT IdOf(const XmlElement& element, const wchar_t* attribute)
-{
-    return std::wcstoul(element.GetAttribute(attribute).c_str(), nullptr, 0) + Command::Base;
-}
-
 void Read(const XmlElement& element, MenuNode& node)
 {
-    node.id = IdOf(element, L"id");
+    node.id = ProfileNumber(element, L"id") + Command::Base;
     node.name = element.GetAttribute(L"name");
     node.type = element.GetAttribute(L"type");
     node.font = element.GetAttribute(L"font");
-    node.functionId = IdOf(element, L"function_id");
+    node.functionId = ProfileNumber(element, L"function_id") + Command::Base;
     const std::wstring enabled = element.GetAttribute(L"enabled");
     const std::wstring checked = element.GetAttribute(L"checked");
     // Deliberate: only "1" enables, while anything but "0" checks; empty counts as absent for both.

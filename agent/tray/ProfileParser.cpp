@@ -1,24 +1,18 @@
 #include "ProfileParser.h"
 
 #include "AgentIds.h"
+#include "ProfileNumber.h"
 #include "VzComn_FileBase.h"
 #include "VzComn_LogFront.h"
 #include "VzComn_XmlException.h"
 #include "VzComn_XmlParser.h"
 
-#include <cwchar>
 #include <new>
 
 using VzCommon::Storage::XmlElement;
 
 namespace
 {
-
-// Decimal, hexadecimal behind "0x", octal behind "0"; 0 for what is no number.
-UINT NumberOf(const XmlElement& element, const wchar_t* attribute)
-{
-    return std::wcstoul(element.GetAttribute(attribute).c_str(), nullptr, 0);
-}
 
 void Read(const XmlElement& element, TooltipEntry& entry)
 {
@@ -28,7 +22,7 @@ void Read(const XmlElement& element, TooltipEntry& entry)
 void Read(const XmlElement& element, IconEntry& entry)
 {
     entry.path = element.GetAttribute(L"path");
-    entry.count = NumberOf(element, L"count") + ProfileBase::Icon;
+    entry.count = ProfileNumber(element, L"count") + ProfileBase::Icon;
 }
 
 bool ReadDocument(const std::wstring& rootFolder, const std::wstring& file, XmlElement& root)
@@ -127,7 +121,7 @@ bool CProfileParser::ParseEntries(std::wstring_view elementName, UINT base, std:
          element = m_pCurrentElement->NextChildNamed(elementName))
     {
         Entry entry;
-        entry.id = NumberOf(*element, L"id") + base;
+        entry.id = ProfileNumber(*element, L"id") + base;
         entry.name = element->GetAttribute(L"name");
         Read(*element, entry);
         LOG_INFO << L"Id: " << entry.id << L"Name: " << entry.name;

@@ -3,45 +3,37 @@
 
 #include "VzComn_LogFront.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace
 {
 
-// Deliberate: written on failure, read by nobody.
-struct LastErrors
+struct Request
 {
-    DWORD add = 0;
-    DWORD modify = 0;
-    DWORD remove = 0;
-    DWORD focus = 0;
-    DWORD setVersion = 0;
-} s_lastErrors;
+    const wchar_t* failure;
+    DWORD message;
+    DWORD lastError; // Deliberate: written on failure, read by nobody.
+};
+
+Request s_requests[] = {
+    {L"Shell_NotifyIcon (Add to Status Area), GetLastError =", NIM_ADD, 0},
+    {L"Shell_NotifyIcon (Modify from Status Area), GetLastError =", NIM_MODIFY, 0},
+    {L"Shell_NotifyIcon (Delete from Status Area), GetLastError =", NIM_DELETE, 0},
+    {L"Shell_NotifyIcon (Focus to Status Area), GetLastError =", NIM_SETFOCUS, 0},
+    {L"Shell_NotifyIcon (Set Version), GetLastError =", NIM_SETVERSION, 0},
+};
 
 void LogFailure(DWORD message, DWORD error)
 {
-    switch (message)
+    Request* const request = std::ranges::find(s_requests, message, &Request::message);
+    if (request == std::end(s_requests))
     {
-    case NIM_ADD:
-        s_lastErrors.add = error;
-        LOG_ERROR << L"Shell_NotifyIcon (Add to Status Area), GetLastError =" << error;
-        break;
-    case NIM_MODIFY:
-        s_lastErrors.modify = error;
-        LOG_ERROR << L"Shell_NotifyIcon (Modify from Status Area), GetLastError =" << error;
-        break;
-    case NIM_DELETE:
-        s_lastErrors.remove = error;
-        LOG_ERROR << L"Shell_NotifyIcon (Delete from Status Area), GetLastError =" << error;
-        break;
-    case NIM_SETFOCUS:
-        s_lastErrors.focus = error;
-        LOG_ERROR << L"Shell_NotifyIcon (Focus to Status Area), GetLastError =" << error;
-        break;
-    case NIM_SETVERSION:
-        s_lastErrors.setVersion = error;
-        LOG_ERROR << L"Shell_NotifyIcon (Set Version), GetLastError =" << error;
-        break;
-    default: LOG_ERROR << L"Shell_NotifyIcon, GetLastError=" << error << L", dwMessage=" << message; break;
+        LOG_ERROR << L"Shell_NotifyIcon, GetLastError=" << error << L", dwMessage=" << message;
+        return;
     }
+    request->lastError = error;
+    LOG_ERROR << request->failure << error;
 }
 
 void LogRecord(const NOTIFYICONDATAW& data)

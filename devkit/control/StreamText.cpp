@@ -11,28 +11,15 @@ namespace
 constexpr std::size_t consolePiece = 8192;
 constexpr std::size_t filePiece = 0x100000;
 
-bool WriteConsoleText(HANDLE handle, const std::wstring& text)
+// Hands the text on piece by piece. write has the form of WriteFile.
+template <typename Text, typename Write>
+bool WritePieces(HANDLE handle, const Text& text, std::size_t longest, Write write)
 {
     for (std::size_t from = 0; from < text.size();)
     {
         DWORD written = 0;
-        const auto piece = static_cast<DWORD>(std::min(consolePiece, text.size() - from));
-        if (!WriteConsoleW(handle, text.c_str() + from, piece, &written, nullptr) || written == 0)
-        {
-            return false;
-        }
-        from += written;
-    }
-    return true;
-}
-
-bool WriteBytes(HANDLE handle, const std::string& bytes)
-{
-    for (std::size_t from = 0; from < bytes.size();)
-    {
-        DWORD written = 0;
-        const auto piece = static_cast<DWORD>(std::min(filePiece, bytes.size() - from));
-        if (!WriteFile(handle, bytes.data() + from, piece, &written, nullptr) || written == 0)
+        const auto piece = static_cast<DWORD>(std::min(longest, text.size() - from));
+        if (!write(handle, text.data() + from, piece, &written, nullptr) || written == 0)
         {
             return false;
         }
@@ -45,6 +32,7 @@ bool WriteBytes(HANDLE handle, const std::string& bytes)
 bool WriteText(HANDLE stream, const std::wstring& text)
 {
     DWORD mode = 0;
-    return GetConsoleMode(stream, &mode) ? WriteConsoleText(stream, text)
-                                         : WriteBytes(stream, QxCommon::JsonText::ToUtf8(text));
+    return GetConsoleMode(stream, &mode)
+               ? WritePieces(stream, text, consolePiece, &WriteConsoleW)
+               : WritePieces(stream, QxCommon::JsonText::ToUtf8(text), filePiece, &WriteFile);
 }

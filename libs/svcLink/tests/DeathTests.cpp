@@ -75,6 +75,20 @@ protected:
         }
     }
 
+    void KillDuringCallback()
+    {
+        g_release = false;
+        Manager manager = ConnectToHost();
+        std::jthread caller(
+            [&] { EXPECT_LT(Execute(*manager, HostCommand::CallBack, {}, &Wait, "me").status, 0); });
+        EXPECT_TRUE(WaitUntil([] { return g_inside == 1; }));
+        host->Kill();
+        caller.join();
+        manager.reset();
+        g_release = true;
+        EXPECT_TRUE(WaitUntil([] { return g_inside == 0; }));
+    }
+
     std::optional<Process> host;
 };
 
@@ -104,15 +118,7 @@ TEST_F(DeathTest, AHostKilledDuringCallsFailsAllOfThem)
 
 TEST_F(DeathTest, AHostKilledDuringACallbackLeavesTheClientInOrder)
 {
-    Manager manager = ConnectToHost();
-    std::jthread caller([&]
-                        { EXPECT_LT(Execute(*manager, HostCommand::CallBack, {}, &Wait, "me").status, 0); });
-    EXPECT_TRUE(WaitUntil([] { return g_inside == 1; }));
-    host->Kill();
-    caller.join();
-    manager.reset();
-    g_release = true;
-    EXPECT_TRUE(WaitUntil([] { return g_inside == 0; }));
+    KillDuringCallback();
 }
 
 TEST_F(DeathTest, AManagerOfAHungHostIsDestroyedAtOnce)
@@ -187,23 +193,13 @@ TEST_F(DeathTest, AHundredHostsKilledDuringCallsLeaveNothingBehind)
 
 TEST_F(DeathTest, AHundredHostsKilledDuringACallbackLeaveNothingBehind)
 {
-    EXPECT_EQ(
-        LastingGrowthOf(
-            [&]
-            {
-                g_release = false;
-                Manager manager = ConnectToHost();
-                std::jthread caller(
-                    [&] { EXPECT_LT(Execute(*manager, HostCommand::CallBack, {}, &Wait, "me").status, 0); });
-                EXPECT_TRUE(WaitUntil([] { return g_inside == 1; }));
-                host->Kill();
-                caller.join();
-                manager.reset();
-                g_release = true;
-                EXPECT_TRUE(WaitUntil([] { return g_inside == 0; }));
-                host.emplace(Beside(L"LinkHost.exe"));
-            }),
-        "");
+    EXPECT_EQ(LastingGrowthOf(
+                  [&]
+                  {
+                      KillDuringCallback();
+                      host.emplace(Beside(L"LinkHost.exe"));
+                  }),
+              "");
 }
 
 // This process is the host: the one that stays.

@@ -108,6 +108,14 @@ Outcome Execute(CRpcClientManager& manager, std::uint32_t commandId, const Bytes
     return outcome;
 }
 
+HANDLE WINAPI RefuseThread(SECURITY_ATTRIBUTES* /*security*/, SIZE_T /*stack*/,
+                           LPTHREAD_START_ROUTINE /*start*/, void* /*parameter*/, DWORD /*flags*/,
+                           DWORD* /*id*/)
+{
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+}
+
 LinkTest::LinkTest()
 {
     std::uint32_t error = 0;

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -67,6 +69,10 @@ struct Outcome
 // Runs one command whose message and result are released.
 Outcome Execute(CRpcClientManager& manager, std::uint32_t commandId, const Bytes& message,
                 CRpcClientManager::Callback callback = nullptr, const std::string& trackingId = "");
+
+// In the place of CreateThread: there is no memory for one.
+HANDLE WINAPI RefuseThread(SECURITY_ATTRIBUTES* security, SIZE_T stack, LPTHREAD_START_ROUTINE start,
+                           void* parameter, DWORD flags, DWORD* id);
 
 // A service in this process, which clients of this process accept.
 class LinkTest : public testing::Test

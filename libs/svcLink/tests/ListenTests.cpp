@@ -37,14 +37,6 @@ BOOL WINAPI FailSometimes(HANDLE pipe, OVERLAPPED* overlapped)
     return g_connect(pipe, overlapped);
 }
 
-HANDLE WINAPI RefuseThread(SECURITY_ATTRIBUTES* /*security*/, SIZE_T /*stack*/,
-                           LPTHREAD_START_ROUTINE /*start*/, void* /*parameter*/, DWORD /*flags*/,
-                           DWORD* /*id*/)
-{
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return nullptr;
-}
-
 VzCommon::FileHandle OpenPipe()
 {
     return VzCommon::FileHandle(CreateFileW(SvcLink::EndpointName().c_str(), GENERIC_READ | GENERIC_WRITE, 0,

@@ -24,14 +24,6 @@ namespace
 constexpr std::int32_t success = 0x20FF0000;
 constexpr auto busy = static_cast<std::int32_t>(0xE0FE00AA);
 
-HANDLE WINAPI RefuseThread(SECURITY_ATTRIBUTES* /*security*/, SIZE_T /*stack*/,
-                           LPTHREAD_START_ROUTINE /*start*/, void* /*parameter*/, DWORD /*flags*/,
-                           DWORD* /*id*/)
-{
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return nullptr;
-}
-
 // A service whose calls from this process stay until they are released; those of others return at once.
 class ShareTest : public testing::Test
 {
