@@ -17,10 +17,11 @@ function(qx_stage_program target folder)
 endfunction()
 
 # qx_stage_files(TARGET FOLDER FILE...)
+# Stages files of the sources, or files that this folder's list of commands makes.
 function(qx_stage_files target folder)
   add_custom_target(${target}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${QX_STAGE}/${folder}
     COMMAND ${CMAKE_COMMAND} -E copy_if_different ${ARGN} ${QX_STAGE}/${folder}
-    COMMENT "Staging ${target}" VERBATIM)
+    DEPENDS ${ARGN} COMMENT "Staging ${target}" VERBATIM)
   add_dependencies(stage ${target})
 endfunction()

@@ -9,9 +9,9 @@ cmake ninja-build git ca-certificates
 gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix mingw-w64-tools
 g++ clang libclang-rt-dev clang-format clang-tidy
 dpkg-dev libssl-dev
-wine wine64 fonts-wine xvfb x11-utils xdotool imagemagick fonts-liberation fonts-dejavu-core
+wine wine64 fonts-wine xvfb x11-utils xdotool imagemagick fonts-liberation fonts-dejavu-core fonts-droid-fallback
 librsvg2-bin icoutils openssl
-python3 python3-pytest python3-cryptography-vectors
+python3 python3-pytest python3-cryptography-vectors python3-jsonschema python3-lxml
 '
 
 installed()
