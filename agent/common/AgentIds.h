@@ -45,8 +45,16 @@ inline constexpr UINT Icon = 33089;
 // Ids of the tooltips that the profile describes.
 namespace Tooltip
 {
-inline constexpr UINT Idle = 32890;
+inline constexpr UINT Idle = ProfileBase::Tooltip + 1;
+inline constexpr UINT Scanning = ProfileBase::Tooltip + 2; // with the scan's progress
 } // namespace Tooltip
+
+// Ids of the tray's icons.
+namespace Icon
+{
+inline constexpr UINT Idle = ProfileBase::Icon;         // the program's own; never the profile's
+inline constexpr UINT Scanning = ProfileBase::Icon + 1; // a series that the profile describes
+} // namespace Icon
 
 // Events of the service's event center.
 namespace EventId

@@ -9,6 +9,8 @@
 #include "PowerEventHandler.h"
 #include "VzSysTray.h"
 
+struct IconEntry;
+
 // The agent's one top-level window. It is never shown: every notice of the session, the network, the power
 // and the tray arrives here as a window message and ends in a command or in an event for the service.
 // Lives on the main thread; other threads reach it only by posting messages.
@@ -28,8 +30,14 @@ public:
     // The display of the tray, in MainFrm_TrayHelper. False: the reason is logged, and the tray stays in
     // the state that it had reached.
     [[nodiscard]] bool InstallSystemTray();
+    [[nodiscard]] bool ChangeIcon(UINT id);
+    [[nodiscard]] bool ChangeToolTip(UINT id);
+    // An unknown id leaves the text that is in force.
     void ResolveTooltipText(UINT id);
+    [[nodiscard]] bool AnimateIconList(UINT count);
     [[nodiscard]] bool OnScanTick();
+    // Ends the display of a scan and opens the popup about it.
+    void PostScan();
 
     // The commands of the menu.
     void OnStartMain();
@@ -60,12 +68,19 @@ private:
     void StartPowerEvents();
     void TrimWorkingSet();
     void RunMenuCommand(UINT id);
+    [[nodiscard]] bool ShowIdleIcon();
+    [[nodiscard]] bool ShowIcon(HICON icon);
+    [[nodiscard]] bool ShowSeries(const IconEntry& entry);
     void SignalExitEvent();
 
     CVzSysTray m_sysTray;
     std::wstring m_wstrTooltip;    // the text now in force
     std::vector<HICON> m_vecIcons; // frames of the series loaded last; owned
-    UINT m_uProgress = 0;          // of the scan, in percent
+
+protected:
+    UINT m_uProgress = 0; // of the scan, in percent; 100 ends its display
+
+private:
     bool m_bTrayInstalled = false;
     std::map<UINT, CommandHandler> m_mapCommands;
     CPowerEventHandler m_powerHandler;

@@ -29,6 +29,11 @@ HWND g_unregistered = nullptr;
 std::vector<DWORD> g_sleeps;
 int g_trims = 0;
 
+BOOL WINAPI FakeShell(DWORD /*message*/, NOTIFYICONDATAW* /*data*/)
+{
+    return TRUE;
+}
+
 VOID WINAPI FakeSleep(DWORD milliseconds)
 {
     g_sleeps.push_back(milliseconds);
@@ -91,6 +96,7 @@ protected:
     FakeProduct product{L"QxSessionAgent_M.exe"};
     TestSupport::LogCapture log{logLevels};
     TestSupport::ImportPatch sleep{nullptr, "Sleep", &FakeSleep};
+    TestSupport::ImportPatch shell{nullptr, "Shell_NotifyIconW", &FakeShell};
     CWinApp app{nullptr};
     CMainFrame* frame = nullptr;
 };
@@ -101,6 +107,15 @@ TEST_F(MainFrameTest, ComesUpAsAHiddenTopLevelWindow)
     EXPECT_FALSE(IsWindowVisible(frame->m_hWnd));
     EXPECT_EQ(GetAncestor(frame->m_hWnd, GA_PARENT), GetDesktopWindow());
     EXPECT_EQ(GetWindowLongPtrW(frame->m_hWnd, GWL_EXSTYLE) & WS_EX_CLIENTEDGE, 0);
+}
+
+TEST_F(MainFrameTest, DoesNotComeUpWithoutItsData)
+{
+    TheNeighbours().loadConfig = false;
+    frame = new CMainFrame;
+    EXPECT_FALSE(frame->LoadFrame(frameId, frameStyle));
+    EXPECT_THAT(log.Texts(), Contains(L": [ERROR] LoadConfig failed..."));
+    EXPECT_EQ(g_registrations, 0);
 }
 
 TEST_F(MainFrameTest, RegistersForTheSessionAtTheFirstAttempt)

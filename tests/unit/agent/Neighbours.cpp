@@ -5,6 +5,7 @@
 #include "InputInfoHelper.h"
 #include "MailHelper.h"
 #include "PowerEventHandler.h"
+#include "ProfileParser.h"
 #include "QxCommon_service.h"
 #include "QxSensSinkHelper.h"
 #include "SplashLaunch.h"
@@ -83,12 +84,17 @@ AgentStatus SendEventToEventCenter(UINT eventId)
 
 bool SendMailForStartScan()
 {
-    return true;
+    return TheNeighbours().startScan;
 }
 
 bool SendMailForGetResult()
 {
-    return true;
+    return TheNeighbours().scanResult;
+}
+
+bool LoadConfig()
+{
+    return TheNeighbours().loadConfig;
 }
 
 AgentStatus ShowQxUi(const std::wstring& arguments)

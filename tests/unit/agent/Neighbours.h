@@ -19,6 +19,9 @@ struct Neighbours
     AgentStatus stopService = Status::Success;
     AgentStatus initPower = Status::Success;
     AgentStatus handlePower = Status::Success;
+    bool loadConfig = true;
+    bool startScan = true;
+    bool scanResult = true;
     bool sensInitialize = true;
     bool sensUninitialize = true;
     bool networkAlive = true;

@@ -18,7 +18,7 @@ constexpr UINT_PTR click = 4568;
 TEST_F(SystemTrayTest, ShowsTheFramesFromTheSecondOneOnInTurn)
 {
     Create();
-    const HICON frames[] = {Icon(1), Icon(2), Icon(3)};
+    const HICON frames[] = {PlayedIcon(1), PlayedIcon(2), PlayedIcon(3)};
     EXPECT_TRUE(tray.SetIconList(frames, 3));
     EXPECT_TRUE(tray.Animate());
     EXPECT_EQ(g_timers.running, (std::map<UINT_PTR, UINT>{{animation, 500}}));
@@ -29,24 +29,24 @@ TEST_F(SystemTrayTest, ShowsTheFramesFromTheSecondOneOnInTurn)
         tray.Tick(animation);
         shown.push_back(Last().hIcon);
     }
-    EXPECT_THAT(shown, ElementsAre(Icon(2), Icon(3), Icon(1), Icon(2)));
+    EXPECT_THAT(shown, ElementsAre(PlayedIcon(2), PlayedIcon(3), PlayedIcon(1), PlayedIcon(2)));
     EXPECT_TRUE(tray.StopAnimation());
-    EXPECT_EQ(Last().hIcon, Icon(7)) << "the one that stood before";
+    EXPECT_EQ(Last().hIcon, PlayedIcon(7)) << "the one that stood before";
     EXPECT_FALSE(tray.StopAnimation());
 }
 
 TEST_F(SystemTrayTest, SavesTheTrueIconWhenItIsAnimatedAgain)
 {
     Create();
-    const HICON frames[] = {Icon(1), Icon(2)};
+    const HICON frames[] = {PlayedIcon(1), PlayedIcon(2)};
     EXPECT_TRUE(tray.SetIconList(frames, 2));
     EXPECT_TRUE(tray.Animate());
     tray.Tick(animation);
     EXPECT_TRUE(tray.Animate());
-    EXPECT_EQ(Last().hIcon, Icon(7));
+    EXPECT_EQ(Last().hIcon, PlayedIcon(7));
     tray.Tick(animation);
     EXPECT_TRUE(tray.StopAnimation());
-    EXPECT_EQ(Last().hIcon, Icon(7));
+    EXPECT_EQ(Last().hIcon, PlayedIcon(7));
 }
 
 TEST_F(SystemTrayTest, DoesNotAnimateWithoutFrames)
@@ -54,7 +54,7 @@ TEST_F(SystemTrayTest, DoesNotAnimateWithoutFrames)
     Create();
     EXPECT_TRUE(tray.SetIconList(nullptr, 0));
     EXPECT_FALSE(tray.Animate());
-    const HICON frames[] = {Icon(1), Icon(2)};
+    const HICON frames[] = {PlayedIcon(1), PlayedIcon(2)};
     EXPECT_TRUE(tray.SetIconList(frames, 2));
     EXPECT_TRUE(tray.Animate());
     EXPECT_TRUE(tray.SetIconList(nullptr, 0));
@@ -124,7 +124,7 @@ TEST_F(SystemTrayTest, LeavesOtherIconsAndOtherMessagesAlone)
 
 TEST_F(SystemTrayTest, DoesNothingWithoutAnybodyToTakeTheCommand)
 {
-    ASSERT_TRUE(tray.Create(&target, L"", Icon(1)));
+    ASSERT_TRUE(tray.Create(&target, L"", PlayedIcon(1)));
     EXPECT_EQ(AfxGetMainWnd(), nullptr);
     EXPECT_EQ(tray.OnTrayCallback(314, WM_RBUTTONUP), 0);
     tray.ShowTrayMenu(nullptr);

@@ -11,13 +11,19 @@ BOOL WINAPI PlayShell(DWORD message, NOTIFYICONDATAW* data)
 {
     g_shell.calls.push_back({message, *data});
     SetLastError(5);
-    return g_shell.refused.contains(message) ? FALSE : TRUE;
+    const bool refused = g_shell.refused.contains(message) ||
+                         (message == NIM_MODIFY && (data->uFlags & g_shell.refusedFlags) != 0);
+    return refused ? FALSE : TRUE;
 }
 
 UINT_PTR WINAPI NoteTimer(HWND /*window*/, UINT_PTR id, UINT period, TIMERPROC /*procedure*/)
 {
-    g_timers.running[id] = period;
     ++g_timers.starts;
+    if (g_timers.refused.contains(id))
+    {
+        return 0;
+    }
+    g_timers.running[id] = period;
     return id;
 }
 
@@ -57,12 +63,12 @@ BOOL WINAPI PlayCursor(POINT* point)
     return TRUE;
 }
 
-HICON Icon(int number)
+HICON PlayedIcon(int number)
 {
     return reinterpret_cast<HICON>(static_cast<INT_PTR>(number));
 }
 
-SystemTrayTest::SystemTrayTest()
+TrayScene::TrayScene()
 {
     g_shell = {};
     g_timers = {};
@@ -74,7 +80,7 @@ SystemTrayTest::SystemTrayTest()
 
 void SystemTrayTest::Create()
 {
-    ASSERT_TRUE(tray.Create(&target, L"tip", Icon(7)));
+    ASSERT_TRUE(tray.Create(&target, L"tip", PlayedIcon(7)));
     tray.SetTargetWindow(&target);
     g_shell.calls.clear();
 }

@@ -22,11 +22,13 @@ struct PlayedShell
 
     std::vector<Call> calls;
     std::set<DWORD> refused; // messages
+    UINT refusedFlags = 0;   // of modifications, beside these
 };
 
 struct PlayedTimers
 {
     std::map<UINT_PTR, UINT> running; // period by id
+    std::set<UINT_PTR> refused;
     int starts = 0;
 };
 
@@ -45,7 +47,7 @@ BOOL WINAPI PlayForeground(HWND window);
 BOOL WINAPI NoteMenu(HMENU menu, UINT flags, int x, int y, int reserved, HWND window, const RECT* rect);
 BOOL WINAPI PlayCursor(POINT* point);
 
-[[nodiscard]] HICON Icon(int number);
+[[nodiscard]] HICON PlayedIcon(int number);
 
 // The window that gets the commands.
 class TargetWindow : public CWnd
@@ -79,12 +81,23 @@ public:
     void TellSetting(UINT setting) { ::SendMessageW(m_hWnd, WM_SETTINGCHANGE, setting, 0); }
 };
 
-// A tray whose shell, timers and menus are played.
+// Plays the shell, the timers and the menus for its length.
+struct TrayScene
+{
+    TrayScene();
+
+    TestSupport::ImportPatch shell{nullptr, "Shell_NotifyIconW", &PlayShell};
+    TestSupport::ImportPatch setTimer{nullptr, "SetTimer", &NoteTimer};
+    TestSupport::ImportPatch killTimer{nullptr, "KillTimer", &NoteTimerEnd};
+    TestSupport::ImportPatch sleep{nullptr, "Sleep", &NoteSleep};
+    TestSupport::ImportPatch foreground{nullptr, "SetForegroundWindow", &PlayForeground};
+    TestSupport::ImportPatch track{nullptr, "TrackPopupMenu", &NoteMenu};
+    TestSupport::ImportPatch cursor{nullptr, "GetCursorPos", &PlayCursor};
+};
+
 class SystemTrayTest : public testing::Test
 {
 protected:
-    SystemTrayTest();
-
     // Shown with icon 7; the shell's calls so far are forgotten.
     void Create();
 
@@ -95,12 +108,6 @@ protected:
 
     TestSupport::LogCapture log;
     TargetWindow target;
-    TestSupport::ImportPatch shell{nullptr, "Shell_NotifyIconW", &PlayShell};
-    TestSupport::ImportPatch setTimer{nullptr, "SetTimer", &NoteTimer};
-    TestSupport::ImportPatch killTimer{nullptr, "KillTimer", &NoteTimerEnd};
-    TestSupport::ImportPatch sleep{nullptr, "Sleep", &NoteSleep};
-    TestSupport::ImportPatch foreground{nullptr, "SetForegroundWindow", &PlayForeground};
-    TestSupport::ImportPatch track{nullptr, "TrackPopupMenu", &NoteMenu};
-    TestSupport::ImportPatch cursor{nullptr, "GetCursorPos", &PlayCursor};
+    TrayScene scene;
     TestTray tray;
 };

@@ -15,14 +15,14 @@ constexpr UINT_PTR retry = 4569;
 
 TEST_F(SystemTrayTest, TellsTheShellOfTheIconOfTheParentsWindow)
 {
-    ASSERT_TRUE(tray.Create(&target, std::wstring(200, L'x'), Icon(7)));
+    ASSERT_TRUE(tray.Create(&target, std::wstring(200, L'x'), PlayedIcon(7)));
     ASSERT_THAT(Messages(), ElementsAre(DWORD{NIM_ADD}));
     EXPECT_EQ(Last().cbSize, sizeof(NOTIFYICONDATAW));
     EXPECT_EQ(Last().hWnd, target.m_hWnd);
     EXPECT_EQ(Last().uID, 314U);
     EXPECT_EQ(Last().uFlags, whole);
     EXPECT_EQ(Last().uCallbackMessage, 0x800AU);
-    EXPECT_EQ(Last().hIcon, Icon(7));
+    EXPECT_EQ(Last().hIcon, PlayedIcon(7));
     EXPECT_EQ(std::wstring(Last().szTip), std::wstring(127, L'x'));
     EXPECT_NE(tray.m_hWnd, nullptr);
     EXPECT_EQ(GetParent(tray.m_hWnd), nullptr);
@@ -31,7 +31,7 @@ TEST_F(SystemTrayTest, TellsTheShellOfTheIconOfTheParentsWindow)
 
 TEST_F(SystemTrayTest, IsItsOwnReceiverWithoutAParent)
 {
-    ASSERT_TRUE(tray.Create(nullptr, L"", Icon(7)));
+    ASSERT_TRUE(tray.Create(nullptr, L"", PlayedIcon(7)));
     EXPECT_EQ(Last().hWnd, tray.m_hWnd);
     tray.SetTargetWindow(&target);
     EXPECT_EQ(::SendMessageW(tray.m_hWnd, 0x800A, 314, WM_RBUTTONUP), 1);
@@ -41,7 +41,7 @@ TEST_F(SystemTrayTest, IsItsOwnReceiverWithoutAParent)
 TEST_F(SystemTrayTest, TriesASecondTimeAfterAMoment)
 {
     g_shell.refused = {NIM_ADD};
-    EXPECT_TRUE(tray.Create(&target, L"tip", Icon(7)));
+    EXPECT_TRUE(tray.Create(&target, L"tip", PlayedIcon(7)));
     EXPECT_THAT(Messages(), ElementsAre(DWORD{NIM_ADD}, DWORD{NIM_MODIFY}));
     EXPECT_THAT(g_sleeps, ElementsAre(100U));
     EXPECT_TRUE(tray.RemoveIcon());
@@ -51,9 +51,9 @@ TEST_F(SystemTrayTest, TriesASecondTimeAfterAMoment)
 TEST_F(SystemTrayTest, FailsIfTheShellRefusesBoth)
 {
     g_shell.refused = {NIM_ADD, NIM_MODIFY};
-    EXPECT_FALSE(tray.Create(&target, L"tip", Icon(7)));
+    EXPECT_FALSE(tray.Create(&target, L"tip", PlayedIcon(7)));
     EXPECT_EQ(tray.m_hWnd, nullptr);
-    EXPECT_TRUE(tray.SetIcon(Icon(8))) << "hidden";
+    EXPECT_TRUE(tray.SetIcon(PlayedIcon(8))) << "hidden";
     EXPECT_TRUE(tray.RemoveIcon());
     EXPECT_EQ(g_shell.calls.size(), 2U);
 }
@@ -74,7 +74,7 @@ TEST_F(SystemTrayTest, LogsWhatTheShellRefusesWithTheRecord)
 
 TEST_F(SystemTrayTest, DoesNothingBeforeItIsCreated)
 {
-    EXPECT_FALSE(tray.SetIcon(Icon(1)));
+    EXPECT_FALSE(tray.SetIcon(PlayedIcon(1)));
     EXPECT_FALSE(tray.SetTooltipText(L"x"));
     EXPECT_TRUE(tray.RemoveIcon());
     EXPECT_FALSE(tray.Animate());
@@ -89,7 +89,7 @@ TEST_F(SystemTrayTest, RemovesTheIconOnce)
     EXPECT_EQ(Last().uFlags, 0U);
     EXPECT_TRUE(tray.RemoveIcon());
     EXPECT_THAT(Messages(), ElementsAre(DWORD{NIM_DELETE}));
-    EXPECT_TRUE(tray.SetIcon(Icon(9))) << "hidden: remembered";
+    EXPECT_TRUE(tray.SetIcon(PlayedIcon(9))) << "hidden: remembered";
     EXPECT_TRUE(tray.SetTooltipText(L"later"));
     EXPECT_EQ(g_shell.calls.size(), 1U);
     tray.TellTaskbarCreated();
@@ -100,7 +100,7 @@ TEST_F(SystemTrayTest, TriesToRemoveItAgainAtTheEndIfTheShellRefused)
 {
     {
         TestTray brief;
-        ASSERT_TRUE(brief.Create(&target, L"", Icon(1)));
+        ASSERT_TRUE(brief.Create(&target, L"", PlayedIcon(1)));
         g_shell.calls.clear();
         g_shell.refused = {NIM_DELETE};
         EXPECT_FALSE(brief.RemoveIcon());
@@ -113,9 +113,9 @@ TEST_F(SystemTrayTest, TriesToRemoveItAgainAtTheEndIfTheShellRefused)
 TEST_F(SystemTrayTest, ChangesIconAndTooltipEachByItself)
 {
     Create();
-    EXPECT_TRUE(tray.SetIcon(Icon(8)));
+    EXPECT_TRUE(tray.SetIcon(PlayedIcon(8)));
     EXPECT_EQ(Last().uFlags, UINT{NIF_ICON});
-    EXPECT_EQ(Last().hIcon, Icon(8));
+    EXPECT_EQ(Last().hIcon, PlayedIcon(8));
     EXPECT_TRUE(tray.SetTooltipText(std::wstring(128, L'y')));
     EXPECT_EQ(Last().uFlags, UINT{NIF_TIP});
     EXPECT_EQ(std::wstring(Last().szTip), std::wstring(127, L'y'));
@@ -129,7 +129,7 @@ TEST_F(SystemTrayTest, AsksABusyShellAgainEachSecondUntilItAccepts)
     Create();
     g_shell.refused = {NIM_MODIFY, NIM_ADD};
     EXPECT_FALSE(tray.SetTooltipText(L"new"));
-    EXPECT_FALSE(tray.SetIcon(Icon(9)));
+    EXPECT_FALSE(tray.SetIcon(PlayedIcon(9)));
     EXPECT_EQ(g_timers.running, (std::map<UINT_PTR, UINT>{{retry, 1000}}));
     EXPECT_EQ(g_timers.starts, 1) << "one timer for both";
     g_shell.calls.clear();
@@ -143,7 +143,7 @@ TEST_F(SystemTrayTest, AsksABusyShellAgainEachSecondUntilItAccepts)
 
     g_shell.refused = {NIM_MODIFY};
     tray.Tick(retry);
-    EXPECT_EQ(Last().hIcon, Icon(9));
+    EXPECT_EQ(Last().hIcon, PlayedIcon(9));
     EXPECT_EQ(std::wstring(Last().szTip), L"new");
     EXPECT_EQ(log.Texts().back(), L": [WARN] retry to update tray state successfully.");
     EXPECT_THAT(g_timers.running, IsEmpty());
@@ -156,7 +156,7 @@ TEST_F(SystemTrayTest, EndsTheRetryWhenTheShellTakesTheChange)
 {
     Create();
     g_shell.refused = {NIM_MODIFY};
-    EXPECT_FALSE(tray.SetIcon(Icon(9)));
+    EXPECT_FALSE(tray.SetIcon(PlayedIcon(9)));
     EXPECT_EQ(log.Texts().front(), L": [ERROR] Shell_NotifyIcon (Modify from Status Area), GetLastError =5");
     g_shell.refused.clear();
     g_shell.calls.clear();
