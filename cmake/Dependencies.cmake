@@ -8,6 +8,7 @@ find_package(jsoncpp CONFIG REQUIRED)
 find_package(expat CONFIG REQUIRED)
 find_package(GTest CONFIG REQUIRED)
 find_package(benchmark CONFIG REQUIRED)
+find_package(pugixml CONFIG REQUIRED)
 
 # Libraries that are headers alone: the prefix keeps them in a folder of their own.
 add_library(qx_boost INTERFACE)

@@ -17,6 +17,7 @@ libjsoncpp|1.9.5-4|libjsoncpp
 expat|2.5.0-1+deb12u2 2.5.0-1+deb12u1 2.5.0-1|expat
 googletest|1.12.1-0.2|googletest
 benchmark|1.7.1-1|benchmark
+pugixml|1.13-0.2|pugixml
 '
 
 # Libraries that are headers alone come from the distribution's binary packages: name | version | folder below

@@ -56,6 +56,9 @@ public:
     std::uint32_t SetAttribute(std::wstring_view path, const std::wstring& attributeName,
                                const std::wstring& value);
 
+    // In document order.
+    [[nodiscard]] const std::vector<Attribute>& Attributes() const { return attributes; }
+
     [[nodiscard]] std::size_t ChildCount() const { return children.size(); }
 
     // In document order. Each element has one place among its children, which all of these move: First to the
