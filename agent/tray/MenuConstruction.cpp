@@ -9,6 +9,10 @@
 namespace
 {
 
+// Of menus within menus. The system goes down a menu by recursion, when it searches and when it destroys one,
+// and some thousands of levels end the process.
+constexpr std::size_t deepestLevel = 1000;
+
 // A menu that is being filled.
 struct Level
 {
@@ -98,7 +102,11 @@ void ConstructMenus(CMenu& menu, const MenuNode* firstNode)
         level.node = node.next.get();
         CMenu current;
         current.Attach(level.menu);
-        if (const HMENU popup = AppendEntry(current, node))
+        if (levels.size() > deepestLevel && node.child)
+        {
+            LOG_WARN << L"Tray menu is too deep...";
+        }
+        else if (const HMENU popup = AppendEntry(current, node))
         {
             levels.push_back({popup, node.child.get()});
         }

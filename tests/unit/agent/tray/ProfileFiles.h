@@ -9,6 +9,16 @@
 #include <string>
 #include <vector>
 
+inline std::string Repeat(const std::string& text, int count)
+{
+    std::string all;
+    for (int i = 0; i < count; ++i)
+    {
+        all += text;
+    }
+    return all;
+}
+
 // A profile of the test's own and what is said about it.
 class ProfileTest : public testing::Test
 {

@@ -10,16 +10,6 @@ using testing::IsEmpty;
 namespace
 {
 
-std::string Repeat(const std::string& text, int count)
-{
-    std::string all;
-    for (int i = 0; i < count; ++i)
-    {
-        all += text;
-    }
-    return all;
-}
-
 std::size_t CountOf(const std::vector<std::wstring>& texts, const std::wstring& text)
 {
     return static_cast<std::size_t>(std::count(texts.begin(), texts.end(), text));
