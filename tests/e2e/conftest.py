@@ -12,7 +12,8 @@ import pytest
 
 from desktop import Desktop, private_desktop
 from host import PRODUCT_IDS, HostService
-from product import Product, copy_product
+from product import Product, ProductPath, copy_product
+from tray import Tray
 
 _ROOT = Path(__file__).parents[2]
 _STAGE = Path(os.environ.get("QX_STAGE", _ROOT / "out/stage"))
@@ -44,6 +45,21 @@ def product(desktop: Desktop, tmp_path: Path) -> Iterator[Product]:
     copy = copy_product(desktop, _STAGE, tmp_path)
     yield copy
     copy.end()
+
+
+@pytest.fixture
+def product_path(desktop: Desktop) -> Iterator[ProductPath]:
+    path = ProductPath(desktop)
+    yield path
+    path.remove()
+
+
+@pytest.fixture
+def tray(product: Product) -> Iterator[Tray]:
+    """The tray icon of the agent that the test starts."""
+    tray = Tray(product)
+    yield tray
+    tray.close()
 
 
 @pytest.hookimpl(hookwrapper=True)

@@ -46,6 +46,7 @@ class Window:
     process: int
     visible: bool
     center: tuple[int, int]
+    corner: tuple[int, int]
 
     def property(self, name: str) -> int:
         return int(self.probe.ask("property", window=self.handle, name=name)["value"])
@@ -106,8 +107,10 @@ class Desktop:
         assert reply["error"] == "0", f"starting <{command_line}> failed: error {reply['error']}"
         return Process(self.probe, int(reply["process"]))
 
-    def windows(self) -> list[Window]:
-        return [self._window(record) for record in self.probe.request("windows")]
+    def windows(self, class_name: str = "") -> list[Window]:
+        """Every window, or those of one class; the topmost first."""
+        records = self.probe.request("windows", **({"class": class_name} if class_name else {}))
+        return [self._window(record) for record in records]
 
     def consoles(self) -> list[Window]:
         """The consoles on the screen, the topmost first."""
@@ -140,13 +143,31 @@ class Desktop:
         path.parent.mkdir(parents=True, exist_ok=True)
         subprocess.run(["import", "-window", "root", str(path)], env=self.environment, check=True, timeout=60)
 
-    def click(self, x: int, y: int, button: int = 1) -> None:
-        command = ["xdotool", "mousemove", "--sync", str(x), str(y), "click", str(button)]
-        subprocess.run(command, env=self.environment, check=True, timeout=30)
+    def pixels(self, x: int, y: int, width: int, height: int) -> bytes:
+        """A part of the screen, three bytes a pixel: red, green and blue."""
+        part = f"{width}x{height}+{x}+{y}"
+        command = ["import", "-silent", "-window", "root", "-crop", part, "-depth", "8", "rgb:-"]
+        done = subprocess.run(command, env=self.environment, check=True, timeout=60, capture_output=True)
+        assert len(done.stdout) == 3 * width * height
+        return done.stdout
+
+    def click(self, x: int, y: int, button: int = 1, repeat: int = 1) -> None:
+        times = ["--repeat", str(repeat), "--delay", "60"] if repeat > 1 else []
+        self._drive("mousemove", str(x), str(y), "click", *times, str(button))
+
+    def move_pointer(self, x: int, y: int) -> None:
+        self._drive("mousemove", str(x), str(y))
+
+    def press(self, *keys: str) -> None:
+        """Presses keys one after the other, by the names that the display has for them."""
+        self._drive("key", *keys)
 
     def type_text(self, text: str) -> None:
         """Types into the window that has the focus."""
-        subprocess.run(["xdotool", "type", text], env=self.environment, check=True, timeout=30)
+        self._drive("type", text)
+
+    def _drive(self, *command: str) -> None:
+        subprocess.run(["xdotool", *command], env=self.environment, check=True, timeout=30)
 
     def _window(self, record: dict[str, str]) -> Window:
         return Window(
@@ -157,6 +178,7 @@ class Desktop:
             process=int(record["process"]),
             visible=record["visible"] == "1",
             center=(int(record["x"]), int(record["y"])),
+            corner=(int(record["left"]), int(record["top"])),
         )
 
 

@@ -179,6 +179,20 @@ class Product:
         return self.log_lines(text, process)
 
 
+class ProductPath:
+    """The registry value that moves a product's data away from its program."""
+
+    def __init__(self, desktop: Desktop, product_id: str = "Melvio") -> None:
+        self._desktop = desktop
+        self._place = {"subkey": f"SOFTWARE\\NorvaneSoft\\{product_id}", "name": "ProductPath"}
+
+    def set(self, value: str) -> None:
+        self._desktop.probe.request("setRegistry", value=value, **self._place)
+
+    def remove(self) -> None:
+        self._desktop.probe.ask("setRegistry", **self._place)
+
+
 def copy_product(desktop: Desktop, stage: Path, folder: Path) -> Product:
     """A tree of one's own that logs everything into two folders beside it."""
     shutil.copytree(stage, folder / "product", copy_function=_link)

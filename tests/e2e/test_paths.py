@@ -3,13 +3,12 @@
 from __future__ import annotations
 
 import shutil
-from collections.abc import Iterator
 from pathlib import Path
 
 import pytest
 
 from desktop import Desktop, windows_path
-from product import Product, item
+from product import Product, ProductPath, item
 
 NAMES = [
     ("QxSessionAgent.exe", "Oravex"),
@@ -59,27 +58,6 @@ def test_every_spelling_of_the_product_opens_its_own_console(
     (console,) = product.desktop.wait_for_consoles(1)
     assert console.title == f"{product_id} Console"
     process.terminate()
-
-
-class ProductPath:
-    """The registry value that moves a product's data away from its program."""
-
-    def __init__(self, desktop: Desktop, product_id: str = "Melvio") -> None:
-        self._desktop = desktop
-        self._place = {"subkey": f"SOFTWARE\\NorvaneSoft\\{product_id}", "name": "ProductPath"}
-
-    def set(self, value: str) -> None:
-        self._desktop.probe.request("setRegistry", value=value, **self._place)
-
-    def remove(self) -> None:
-        self._desktop.probe.ask("setRegistry", **self._place)
-
-
-@pytest.fixture
-def product_path(desktop: Desktop) -> Iterator[ProductPath]:
-    path = ProductPath(desktop)
-    yield path
-    path.remove()
 
 
 @pytest.fixture

@@ -46,6 +46,8 @@ Record Describe(HWND window)
         .Set("title", TextOf(window))
         .Set("process", process)
         .Set("visible", IsWindowVisible(window) != FALSE ? 1 : 0)
+        .Set("left", static_cast<std::uint64_t>(rect.left))
+        .Set("top", static_cast<std::uint64_t>(rect.top))
         .Set("x", static_cast<std::uint64_t>((rect.left + rect.right) / 2))
         .Set("y", static_cast<std::uint64_t>((rect.top + rect.bottom) / 2));
 }
@@ -66,11 +68,13 @@ Records DescribeAll(const std::vector<HWND>& windows)
     return records;
 }
 
-// Every top-level window of the desktop, hidden ones included.
-Records ListWindows(const Record&)
+// Every top-level window of the desktop, or those of one "class", hidden ones included.
+Records ListWindows(const Record& request)
 {
+    const std::wstring wanted = request.Text("class");
     std::vector<HWND> windows;
     EnumWindows(Collect, reinterpret_cast<LPARAM>(&windows));
+    std::erase_if(windows, [&](HWND window) { return !wanted.empty() && ClassOf(window) != wanted; });
     return DescribeAll(windows);
 }
 

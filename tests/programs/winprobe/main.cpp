@@ -19,8 +19,11 @@ int main()
     CommandTable table;
     AddWindowCommands(table);
     AddOwnWindowCommands(table);
+    AddIconCommands(table);
+    AddMenuCommands(table);
     AddObjectCommands(table);
     AddProcessCommands(table);
+    AddTrayCommands(table);
 
     for (std::string line; std::getline(std::cin, line);)
     {
