@@ -28,7 +28,7 @@ std::wstring SplashEvent()
     return L"Global\\GLOBAL_EVENT_SPLASH_NOTIFY" + QxCommon::GetProductId();
 }
 
-// Deliberate: the maker's name is written with a blank here and without one in the console's property.
+// Deliberate: the maker's name is written with a blank here and without one in the other properties.
 std::wstring FrameProperty()
 {
     return L"Norvane Soft " + QxCommon::GetProductId() + L" SessionAgent";
@@ -37,6 +37,12 @@ std::wstring FrameProperty()
 std::wstring ConsoleProperty()
 {
     return L"NorvaneSoft " + QxCommon::GetProductId() + L" uiDeskConsole.exe";
+}
+
+// Deliberate: no blank before the product id, unlike the two above.
+std::wstring SplashProperty()
+{
+    return L"NorvaneSoft" + QxCommon::GetProductId() + L" uiDeskTray.exe splash";
 }
 } // namespace ObjectNames
 

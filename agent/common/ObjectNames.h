@@ -27,6 +27,9 @@ namespace ObjectNames
 
 // Window property on each console window: the exit command closes the windows that carry it.
 [[nodiscard]] std::wstring ConsoleProperty();
+
+// Window property on the splash, value 1: other processes find the splash by it.
+[[nodiscard]] std::wstring SplashProperty();
 } // namespace ObjectNames
 
 // Creates the exit event, or opens it if another process came first, with its name and rights together.
