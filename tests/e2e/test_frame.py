@@ -5,18 +5,30 @@ from __future__ import annotations
 import random
 import shutil
 from pathlib import Path
+from xml.etree import ElementTree
 
 import pytest
 
 from desktop import WM_CLOSE, wait_until, windows_path
 from product import PLANTED, Product
+from tray_data import MENU_BASE, profile_file
 
 WM_COMMAND = 0x0111
 WM_TIMER = 0x0113
 WM_USER = 0x0400
 TRAY_CALLBACK = 0x800A
 DEFAULT_COMMAND = 32789
-EXIT_COMMAND = 32792
+
+
+def shipped_entries(product: Product) -> list[ElementTree.Element]:
+    """The entries of the shipped menu, those of its submenus too."""
+    menus = ElementTree.parse(profile_file(product.root)).getroot().find("Menus")
+    assert menus is not None
+    return list(menus.iter())[1:]
+
+
+def command_of(entry: ElementTree.Element) -> int:
+    return MENU_BASE + int(entry.get("id", "0"), 0)
 
 
 def test_it_is_hidden_and_carries_the_marker(product: Product) -> None:
@@ -43,12 +55,40 @@ def test_the_default_command_serves_every_product(product: Product, name: str) -
     product.desktop.wait_for_consoles(1)
 
 
-@pytest.mark.parametrize("command", [*range(DEFAULT_COMMAND + 1, DEFAULT_COMMAND + 6), 0, 1, 0xE141, 0xFFFF])
-def test_no_other_command_does_anything_without_a_menu(product: Product, command: int) -> None:
+def test_a_command_of_the_menu_does_what_its_entry_says(product: Product) -> None:
+    consoles = {"1": "", "4": "-m 100", "5": "-m 200"}
+    entries = [entry for entry in shipped_entries(product) if entry.get("function_id") in consoles]
+    assert {entry.get("function_id") for entry in entries} == set(consoles)
+    product.start_running()
+    frame = product.frame()
+    for entry in entries:
+        frame.send(WM_COMMAND, command_of(entry))
+    product.desktop.wait_for_consoles(len(entries))
+    expected = sorted(consoles[entry.get("function_id", "")] for entry in entries)
+    assert product.console_arguments() == expected
+
+
+def test_no_other_command_does_anything(product: Product) -> None:
     process = product.start_running()
     frame = product.frame()
-    frame.send(WM_COMMAND, command)
-    frame.send(WM_COMMAND, command | 0x10000)
+    without_function = [e for e in shipped_entries(product) if e.get("id") and not e.get("function_id")]
+    assert without_function, "the profile has no entry without a function"
+    known = {command_of(entry) for entry in shipped_entries(product) if entry.get("id")}
+    near = range(DEFAULT_COMMAND + 1, DEFAULT_COMMAND + 50)
+    lacking = [*(number for number in near if number not in known), DEFAULT_COMMAND - 1, 0, 1, 0xE141, 0xFFFF]
+    for command in [*lacking, *map(command_of, without_function)]:
+        frame.send(WM_COMMAND, command)
+        frame.send(WM_COMMAND, command | 0x10000)
+    assert process.running
+    assert product.opened_nothing()
+
+
+@pytest.mark.parametrize("name", ["QxSessionAgent.exe", "QxSessionAgent_B.exe"])
+def test_the_products_without_a_tray_know_the_default_command_alone(product: Product, name: str) -> None:
+    process = product.start_running(name=name)
+    frame = product.frame("Oravex" if name == "QxSessionAgent.exe" else "Brisketta")
+    for command in range(DEFAULT_COMMAND + 1, DEFAULT_COMMAND + 10):
+        frame.send(WM_COMMAND, command)
     assert process.running
     assert product.opened_nothing()
 
