@@ -15,11 +15,21 @@ wine_environment()
     unset LANG LANGUAGE
 }
 
+# The value of a list of texts in a registry file.
+wine_text_list()
+{
+    printf 'hex(7):'
+    printf '%s\0' "$@" '' | od -An -v -tx1 | tr -s ' \n' ',' | sed 's/^,//; s/,$//'
+}
+
 # Everything that a fresh prefix lacks for our purposes: no debugger that waits on a crash, a current
-# system version, fonts under the names that Windows programs ask for, and one desktop for all programs.
+# system version, fonts under the names that Windows programs ask for with others behind them for the
+# characters that they lack, and one desktop for all programs.
 wine_registry()
 {
-    cat <<'REG'
+    local others
+    others=$(wine_text_list 'DroidSansFallbackFull.ttf,Droid Sans Fallback' 'DejaVuSans.ttf,DejaVu Sans')
+    cat <<REG
 Windows Registry Editor Version 5.00
 
 [HKEY_LOCAL_MACHINE\Software\Microsoft\Windows NT\CurrentVersion\AeDebug]
@@ -40,6 +50,13 @@ Windows Registry Editor Version 5.00
 "Courier New"="Liberation Mono"
 "Tahoma"="DejaVu Sans"
 "Segoe UI"="DejaVu Sans"
+
+[HKEY_LOCAL_MACHINE\Software\Microsoft\Windows NT\CurrentVersion\FontLink\SystemLink]
+"DejaVu Sans"=$others
+"DejaVu Sans Bold"=$others
+"Liberation Sans"=$others
+"Liberation Sans Bold"=$others
+"Liberation Serif"=$others
 
 [HKEY_CLASSES_ROOT\.txt]
 @="txtfile"
@@ -66,7 +83,8 @@ wine_base()
     mkdir -p "$wine_root"
     exec 8>"$wine_root/base.lock"
     flock 8
-    if [ ! -e "$base/.complete" ]; then
+    # Made anew when this file says something else than the one that made it.
+    if ! cmp -s scripts/wine.sh "$base/.complete"; then
         say "making the Wine prefix"
         rm -rf "$base"
         (
@@ -82,7 +100,7 @@ wine_base()
             wineserver -k || true
             wineserver -w
         ) || exit 1
-        touch "$base/.complete"
+        cp scripts/wine.sh "$base/.complete"
     fi
     flock -u 8
 }
