@@ -54,7 +54,7 @@ struct Cost
 {
     long long wakeUps = 0;    // times that a thread waited and went on
     double processor = 0;     // milliseconds
-    long long privateKib = 0; // memory that is no other process's
+    long long privateKib = 0; // memory that has no file behind it
 };
 
 Cost CostOf(HANDLE process, const fs::path& kernelFolder)
@@ -72,7 +72,7 @@ Cost CostOf(HANDLE process, const fs::path& kernelFolder)
             static_cast<double>(ULARGE_INTEGER{{time.dwLowDateTime, time.dwHighDateTime}}.QuadPart) / 1e4;
     }
     const std::string memory = ReadWhole(kernelFolder / L"smaps_rollup");
-    cost.privateKib = SumOf(memory, "Private_Clean:") + SumOf(memory, "Private_Dirty:");
+    cost.privateKib = SumOf(memory, "Anonymous:");
     return cost;
 }
 

@@ -20,8 +20,9 @@ add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:${_options}>"
                     "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>")
 
 # The C++ runtime is linked in, so that the staged tree needs no library beyond its own. The stack
-# protector's own part has to be named at the link as well.
-add_link_options(-static -fstack-protector-strong
+# protector's own part has to be named at the link as well. Sections at whole pages of the file are mapped on
+# every system, and so shared, not read into memory of the process.
+add_link_options(-static -fstack-protector-strong -Wl,--file-alignment=4096
                  -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va
                  $<$<CONFIG:Release>:-s>)
 

@@ -28,7 +28,8 @@ bool IsError(std::wstring_view line)
 } // namespace
 
 Log::Log(Settings given, SlimLock& usedLock)
-    : settings(std::move(given)), lock(usedLock), files(settings), buffer(GatherSize)
+    : settings(std::move(given)), lock(usedLock), timer(&Log::OnTimer, this), files(settings),
+      buffer(GatherSize)
 {
 }
 
@@ -40,11 +41,7 @@ Log::~Log()
 
 DWORD Log::Open()
 {
-    DWORD error = timer.Create(&Log::OnTimer, this);
-    if (error == ERROR_SUCCESS)
-    {
-        error = files.Open(settings.folder);
-    }
+    const DWORD error = files.Open(settings.folder);
     if (error == ERROR_SUCCESS)
     {
         files.DeleteOld();
@@ -67,9 +64,8 @@ DWORD Log::Write(const SYSTEMTIME* time, const wchar_t* line)
     }
     const std::size_t before = gathered;
     Gather(text);
-    if (MayWait(text))
+    if (MayWait(text) && StartTimer(GatherTime))
     {
-        StartTimer(GatherTime);
         return ERROR_SUCCESS;
     }
     const DWORD failure = Flush();
@@ -140,9 +136,10 @@ DWORD Log::MakeRoom(std::size_t needed, const SYSTEMTIME* time)
         {
             return error;
         }
-        // Left to a thread of the pool: the caller waits neither for the listing nor for a deletion.
+        // Left to a thread of the pool: the caller waits neither for the listing nor for a deletion. Without
+        // one the end of the log sees to it.
         hasOldFiles = true;
-        timer.Start(0);
+        static_cast<void>(timer.Start(0));
     }
     if (needed > buffer.size())
     {
@@ -167,13 +164,13 @@ bool Log::MayWait(std::wstring_view text) const
            GetTickCount64() - writtenTick < GatherTime;
 }
 
-void Log::StartTimer(DWORD milliseconds)
+bool Log::StartTimer(DWORD milliseconds)
 {
     if (!timerRuns)
     {
-        timerRuns = true;
-        timer.Start(milliseconds);
+        timerRuns = timer.Start(milliseconds);
     }
+    return timerRuns;
 }
 
 void Log::DropBeyond(std::size_t length)

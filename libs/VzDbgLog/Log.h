@@ -45,7 +45,7 @@ private:
     DWORD MakeRoom(std::size_t needed, const SYSTEMTIME* time);
     void Gather(std::wstring_view text);
     [[nodiscard]] bool MayWait(std::wstring_view text) const;
-    void StartTimer(DWORD milliseconds);
+    [[nodiscard]] bool StartTimer(DWORD milliseconds);
     void DropBeyond(std::size_t length);
     void DoTimedWork();
     void DeleteOldFiles();

@@ -47,6 +47,16 @@ protected:
     TestSupport::ImportPatch timer;
 };
 
+int s_timersMade = 0;
+
+PTP_TIMER WINAPI MakeNoTimer(PTP_TIMER_CALLBACK /*callback*/, void* /*context*/,
+                             PTP_CALLBACK_ENVIRON /*pool*/)
+{
+    ++s_timersMade;
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+}
+
 class GatherTimerTest : public LogTest
 {
 };
@@ -63,6 +73,23 @@ TEST_F(GatherTest, WritesTheFirstLineAtOnceAndGathersTheNext)
     EXPECT_EQ(s_due, -500 * 10'000);
     log.Close();
     EXPECT_EQ(Text().size(), 600U);
+}
+
+TEST_F(GatherTest, WritesEachLineAtOnceWithoutATimer)
+{
+    const TestSupport::ImportPatch none(nullptr, "CreateThreadpoolTimer", &MakeNoTimer, library.Module());
+    const TestLog log(library, Gathering());
+    EXPECT_EQ(log.Trace(L"one\r\n") + log.Trace(L"two\r\n"), 0U);
+    EXPECT_EQ(Text(), "one\r\ntwo\r\n");
+}
+
+TEST_F(GatherTest, LeavesTheThreadPoolAloneWhereNothingIsGathered)
+{
+    s_timersMade = 0;
+    const TestSupport::ImportPatch none(nullptr, "CreateThreadpoolTimer", &MakeNoTimer, library.Module());
+    const TestLog log(library, Config());
+    EXPECT_EQ(log.Trace(L"one\r\n") + log.Trace(L"two\r\n"), 0U);
+    EXPECT_EQ(s_timersMade, 0);
 }
 
 TEST_F(GatherTest, WritesALineAtOnceAfterAPause)
