@@ -89,13 +89,14 @@ def test_an_image_has_alpha_and_no_resolution_that_would_scale_it(locale: str, n
 
 
 @pytest.mark.parametrize("locale", locales())
-def test_the_splash_ends_softly(locale: str) -> None:
+def test_the_splash_has_sharp_sides_and_smooth_round_corners(locale: str) -> None:
     base = picture(locale, "splash.png")
-    assert max(alpha for *_, alpha in base.border()) <= 8
-    edge = [base.at(x, HEIGHT // 2)[3] for x in range(12)]
-    assert edge == sorted(edge) and edge[-1] == 255
-    assert [alpha for alpha in edge if 8 < alpha < 128]
-    assert base.at(5, 4)[3] < 128 < base.at(20, 12)[3]  # the corner is round
+    assert max(alpha for *_, alpha in base.border()) == 0
+    side = [base.at(x, HEIGHT // 2)[3] for x in range(12)]
+    assert side == sorted(side) and set(side) == {0, 255}
+    corner = [base.at(x, y)[3] for x in range(3, 17) for y in range(2, 16)]
+    assert [alpha for alpha in corner if 8 < alpha < 247]
+    assert base.at(4, 3)[3] < 128 < base.at(20, 12)[3]
 
 
 @pytest.mark.parametrize("locale", locales())
