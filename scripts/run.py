@@ -15,30 +15,19 @@ sys.dont_write_bytecode = True
 
 from desktop import Desktop, Process, Window, console_command_line, wait_until  # noqa: E402
 from host import HostService, Json  # noqa: E402
+from narration import PICTURES, Camera, detail, expect, tell  # noqa: E402
 from product import Product  # noqa: E402
+from run_tray import TrayPlay  # noqa: E402
 
-_PICTURES = _ROOT / "out/run"
 _STAGE = Path(os.environ.get("QX_STAGE", _ROOT / "out/stage"))
 _BUILD = _ROOT / "out/build" / os.environ.get("QX_PRESET", "win64")
+_WINPROBE = _BUILD / "tests/programs/winprobe/winprobe.exe"
 _DRIVE_C = Path(os.environ["WINEPREFIX"]) / "drive_c"
 _INSTALLED = Path("Program Files/Norvane Soft/Melvio")
 _LOG = Path("ProgramData/Norvane Soft/Log")
 _AGENT = "QxSessionAgent_M.exe"
 _START_MENU = ("ClassicStartMenu.CStartHookWindow", "StartHookWindow")
 _WM_CLOSE = 0x0010
-
-
-def tell(text: str) -> None:
-    print(f"\n{text}", flush=True)
-
-
-def detail(text: str) -> None:
-    print(f"    {text}", flush=True)
-
-
-def expect(holds: bool, what: str) -> None:
-    if not holds:
-        raise AssertionError(what)
 
 
 def is_event(record: Json, event: int) -> bool:
@@ -48,11 +37,11 @@ def is_event(record: Json, event: int) -> bool:
 class Play:
     """The steps of the main job, in their order."""
 
-    def __init__(self, product: Product, host: HostService) -> None:
+    def __init__(self, product: Product, host: HostService, camera: Camera) -> None:
         self._product = product
         self._desktop = product.desktop
         self._host = host
-        self._pictures = 0
+        self._camera = camera
         self._consoles_told: set[int] = set()
 
     def run(self) -> None:
@@ -222,10 +211,7 @@ class Play:
                 self._consoles_told.add(console.handle)
 
     def _picture(self, name: str) -> None:
-        self._pictures += 1
-        path = _PICTURES / f"{self._pictures}-{name}.png"
-        self._desktop.screenshot(path)
-        detail(f"picture: {path.relative_to(_ROOT)}")
+        self._camera.take(name)
 
 
 def install(desktop: Desktop) -> Product:
@@ -235,14 +221,31 @@ def install(desktop: Desktop) -> Product:
     return Product(desktop, _DRIVE_C / _INSTALLED, _DRIVE_C / _LOG, windows_root)
 
 
-def main() -> int:
-    shutil.rmtree(_PICTURES, ignore_errors=True)
-    desktop = Desktop(dict(os.environ), _BUILD / "tests/programs/winprobe/winprobe.exe")
-    product = install(desktop)
+def show_tray(product: Product, camera: Camera, step: int, locale: str, environment_locale: str) -> None:
+    tell(f"{step}. The person at the desktop, in the language {locale}: splash, icon, tooltip, menu, exit.")
+    environment = {**product.desktop.environment, "LC_ALL": environment_locale}
+    desktop = Desktop(environment, _WINPROBE)
+    speaking = Product(desktop, product.root, product.log_folder, product.windows_root)
+    host = HostService(speaking)
+    host.install()
     try:
-        Play(product, HostService(product)).run()
+        TrayPlay(speaking, host, camera, locale).run()
+    finally:
+        desktop.close()
+    HostService(product).uninstall()
+
+
+def main() -> int:
+    shutil.rmtree(PICTURES, ignore_errors=True)
+    desktop = Desktop(dict(os.environ), _WINPROBE)
+    product = install(desktop)
+    camera = Camera(desktop)
+    try:
+        Play(product, HostService(product), camera).run()
+        show_tray(product, camera, 9, "en-us", "en_US.UTF-8")
+        show_tray(product, camera, 10, "ja-jp", "ja_JP.UTF-8")
     except AssertionError as failure:
-        desktop.screenshot(_PICTURES / "failure.png")
+        desktop.screenshot(PICTURES / "failure.png")
         detail("all that the log says:")
         print(product.log_text(), flush=True)
         tell(f"FAILED: {failure}; see out/run/failure.png")
@@ -250,7 +253,10 @@ def main() -> int:
     finally:
         product.end()
         desktop.close()
-    tell("The main job works: service and agent up, commands run, a dead service survived. Pictures: out/run/")
+    tell(
+        "The main job works: service and agent up, commands run, a dead service survived, the tray and its\n"
+        "menu used in two languages. Pictures: out/run/"
+    )
     return 0
 
 

@@ -18,7 +18,7 @@ ICON_RESOURCE = 128
 _CELL = (1280 - 18, 800 - 18)
 _CENTRE = (_CELL[0] + ICON_SIZE // 2, _CELL[1] + ICON_SIZE // 2)
 # Where the pointer neither touches the icon nor covers the menu.
-_ASIDE = (300, 300)
+ASIDE = (300, 300)
 
 RIGHT, LEFT = 3, 1
 
@@ -82,7 +82,7 @@ class Tray:
     def start(self, name: str = "QxSessionAgent_M.exe") -> Process:
         """Starts the agent and waits until it has come up, its icon the only one."""
         wait_until(self.is_empty, "the end of every other icon")
-        self.desktop.move_pointer(*_ASIDE)
+        self.desktop.move_pointer(*ASIDE)
         return self.product.start_running(name=name)
 
     # The icon
@@ -119,6 +119,11 @@ class Tray:
 
     def click(self, button: int = LEFT) -> None:
         self.desktop.click(*_CENTRE, button)
+
+    def hover(self) -> None:
+        """Rests the pointer on the icon."""
+        for x in (_CENTRE[0] - 3, _CENTRE[0]):
+            self.desktop.move_pointer(x, _CENTRE[1])
 
     def double_click(self) -> None:
         self.desktop.click(*_CENTRE, repeat=2)
