@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import json
 import re
+import shutil
 import subprocess
 from pathlib import Path
 
@@ -49,8 +50,7 @@ def start_ends(product: Product, content: bytes) -> str:
 def test_without_the_file_there_is_no_start(product: Product, what: str, error: int) -> None:
     product.configuration.unlink()
     if what == "folder":
-        product.configuration.with_name("localeInfo.json").unlink()
-        product.configuration.parent.rmdir()
+        shutil.rmtree(product.configuration.parent)
     elif error == 5:
         product.configuration.mkdir()
     assert product.run("2") == 0

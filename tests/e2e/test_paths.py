@@ -3,12 +3,17 @@
 from __future__ import annotations
 
 import shutil
+from collections.abc import Iterator
 from pathlib import Path
 
 import pytest
 
 from desktop import Desktop, windows_path
+from host import PRODUCT_IDS
 from product import Product, ProductPath, item
+
+WM_COMMAND = 0x0111
+DEFAULT_COMMAND = 32789
 
 NAMES = [
     ("QxSessionAgent.exe", "Oravex"),
@@ -64,8 +69,9 @@ def test_every_spelling_of_the_product_opens_its_own_console(
 def data(product: Product, tmp_path: Path) -> Path:
     """The product's data in a folder away from the program, with a configuration that names that folder."""
     folder = tmp_path / "Daten für Melvio"
-    shutil.copytree(product.root / "Configuration", folder / "Configuration")
-    shutil.copytree(product.root / "win32", folder / "win32")
+    for part in ("Configuration", "Misc", "win32"):
+        shutil.copytree(product.root / part, folder / part)
+    shutil.copy2(product.root / "libexpat.dll", folder)  # it is looked for where the data are
     (folder / "Configuration/QxSessionAgentCfg.json").write_text(
         '{"startMode": {"console": {"startFunc": "ShowQxUi", "startArgs": "elsewhere", "modeId": [2]}}}'
     )
@@ -94,15 +100,36 @@ def test_an_empty_product_path_means_the_program_s_folder(
     assert product.console_arguments() == ["here"]
 
 
+@pytest.fixture
+def relative_paths(desktop: Desktop) -> Iterator[None]:
+    """All products have their data in the current folder's folder "data"."""
+    paths = [ProductPath(desktop, product_id) for product_id in PRODUCT_IDS.values()]
+    for path in paths:
+        path.set("data")
+    yield
+    for path in paths:
+        path.remove()
+
+
 def test_a_relative_product_path_counts_from_the_current_folder(
-    product: Product, product_path: ProductPath, data: Path
+    product: Product, relative_paths: None, data: Path
 ) -> None:
-    product_path.set("data")
     data.rename(product.root / "data")
-    product.start_running("2")
+    product.start_running(name="QxSessionAgent_B.exe")
+    product.frame("Brisketta").post(WM_COMMAND, DEFAULT_COMMAND)
     (line,) = product.wait_for_log("Show QX UI. Command-line: ")
-    assert 'Command-line: "data\\win32\\QxMainConsole_M.exe" elsewhere' in line
+    assert 'Command-line: "data\\win32\\QxMainConsole_B.exe" ' in line
     product.desktop.wait_for_consoles(1)
+
+
+def test_no_library_is_taken_from_a_relative_product_path(
+    product: Product, relative_paths: None, data: Path
+) -> None:
+    data.rename(product.root / "data")
+    process = product.start()
+    assert process.wait() == 0
+    assert product.log_lines(": [ERROR] Excpetion when reading XML file: 126 - ", process)
+    assert product.log_lines(": [ERROR] LoadConfig failed...", process)
 
 
 BAD_PATHS = ["Z:\\no such folder", "?*<>|", "%ProgramData%", "Z:\\" + "long folder name\\" * 40, "x" * 3000]
