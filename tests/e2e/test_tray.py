@@ -7,8 +7,13 @@ import time
 import pytest
 
 from desktop import WM_CLOSE, Desktop, wait_until, windows_path
-from tray import RIGHT, Tray
+from tray import BESIDE, Tray
 
+WM_CANCELMODE = 0x001F
+WM_LBUTTONUP = 0x0202
+WM_RBUTTONUP = 0x0205
+TRAY_CALLBACK = 0x800A
+ICON_ID = 314
 PRODUCTS_WITHOUT = {"QxSessionAgent.exe": "Oravex", "QxSessionAgent_B.exe": "Brisketta"}
 
 
@@ -39,11 +44,14 @@ def test_the_icon_goes_with_the_agent(tray: Tray, end: str) -> None:
 
 def test_a_right_click_opens_the_menu_at_once(tray: Tray) -> None:
     tray.start()
-    limit = seconds_of_double_click(tray.desktop)
-    clicked = time.monotonic()
-    tray.click(RIGHT)
-    tray.wait_for_menu()
-    assert time.monotonic() - clicked < limit
+    seconds = []
+    for _ in range(3):  # the machine may be busy once
+        clicked = time.monotonic()
+        tray.open_menu()
+        seconds.append(time.monotonic() - clicked)
+        tray.desktop.click(*BESIDE)
+        tray.wait_until_closed()
+    assert min(seconds) < seconds_of_double_click(tray.desktop)
     assert tray.product.opened_nothing()
 
 
@@ -80,7 +88,7 @@ def test_a_double_click_after_a_double_click_opens_another_console(tray: Tray) -
 def test_a_click_beside_the_menu_closes_it(tray: Tray) -> None:
     tray.start()
     tray.open_menu()
-    tray.desktop.click(300, 300)
+    tray.desktop.click(*BESIDE)
     tray.wait_until_closed()
     tray.open_menu()
     assert tray.product.opened_nothing()
@@ -90,9 +98,49 @@ def test_the_menu_opens_again_and_again(tray: Tray) -> None:
     tray.start()
     for _ in range(5):
         first = tray.open_menu().items()
-        tray.desktop.click(300, 300)
+        tray.desktop.click(*BESIDE)
         tray.wait_until_closed()
     assert tray.open_menu().items() == first
+
+
+@pytest.mark.parametrize("end", ["exit event", "WM_CLOSE"])
+def test_the_agent_can_be_ended_while_its_menu_is_open(tray: Tray, end: str) -> None:
+    process = tray.start()
+    tray.open_menu()
+    if end == "WM_CLOSE":
+        tray.product.frame().post(WM_CLOSE)
+    else:
+        tray.product.signal_exit()
+    assert process.wait() == 0
+    assert not tray.popups()
+    assert tray.is_empty()
+
+
+def test_the_agent_can_be_ended_before_a_single_click_has_become_a_menu(tray: Tray) -> None:
+    process = tray.start()
+    tray.click()
+    tray.product.frame().post(WM_CLOSE)
+    assert process.wait() == 0
+    assert not tray.popups()
+    assert tray.is_empty()
+
+
+def test_clicks_on_the_icon_while_the_menu_is_open_do_no_harm(tray: Tray) -> None:
+    process = tray.start()
+    frame = tray.product.frame()
+    tray.open_menu()
+    for event in (WM_RBUTTONUP, WM_LBUTTONUP, WM_RBUTTONUP, WM_LBUTTONUP, WM_RBUTTONUP):
+        frame.post(TRAY_CALLBACK, ICON_ID, event)
+    assert frame.send(0) == 0
+
+    def all_are_closed() -> bool:
+        frame.send(WM_CANCELMODE)
+        return not tray.popups()
+
+    wait_until(all_are_closed, "the end of all menus")
+    tray.product.signal_exit()
+    assert process.wait() == 0
+    assert tray.is_empty()
 
 
 @pytest.mark.parametrize("name", PRODUCTS_WITHOUT)

@@ -50,7 +50,10 @@ MALFORMED = {
 }
 
 
-@pytest.mark.parametrize("content, code", MALFORMED.values(), ids=[name.replace(" ", "-") for name in MALFORMED])
+NAMES = [name.replace(" ", "-") for name in MALFORMED]
+
+
+@pytest.mark.parametrize("content, code", MALFORMED.values(), ids=NAMES)
 def test_a_malformed_profile_ends_the_start(product: Product, content: bytes, code: int) -> None:
     profile_file(product.root).write_bytes(content)
     process = refuses_profile(product)
@@ -69,7 +72,8 @@ def test_a_profile_without_sections_gives_an_icon_and_an_empty_menu(tray: Tray) 
 
 
 def test_a_failed_section_ends_the_reading_and_not_the_start(tray: Tray) -> None:
-    profile_file(tray.product.root).write_text("<P><Menus/><Tooltips><Tooltip id='1' name='idle'/></Tooltips></P>")
+    sections = "<Menus/><Tooltips><Tooltip id='1' name='idle'/></Tooltips>"
+    profile_file(tray.product.root).write_text(f"<P>{sections}</P>")
     process = tray.start()
     assert tray.product.log_lines(": [ERROR] Parse element from Shortcut.xml failed...", process)
     assert not tray.product.log_lines("32890Name: idle", process)

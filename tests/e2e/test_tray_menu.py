@@ -1,4 +1,4 @@
-"""The menu that the data files describe: what stands in it, and what each entry does on a real click or key."""
+"""The menu that the data files describe: what stands in it, and what each entry does on a click or key."""
 
 from __future__ import annotations
 
@@ -43,7 +43,7 @@ def test_the_menu_shows_what_the_data_files_say(tray: Tray) -> None:
         entry.text for entry in expected_menu(tray.product.root)
     ]
     own = [entry for entry in own_entries(menu) if not entry.separator]
-    assert any(entry.checked for entry in own) and any(entry.greyed for entry in own), "the data say too little"
+    assert any(entry.checked for entry in own) and any(entry.greyed for entry in own), "too few states"
     assert len([entry for entry in own if entry.default]) == 1
 
 

@@ -1,5 +1,5 @@
-"""The agent's icon in the notification area and its menu: clicked with the real mouse, read back from the screen and
-from the menu itself."""
+"""The agent's icon in the notification area and its menu: clicked with the real mouse, read back from the
+screen and from the menu itself."""
 
 from __future__ import annotations
 
@@ -18,7 +18,7 @@ ICON_RESOURCE = 128
 _CELL = (1280 - 18, 800 - 18)
 _CENTRE = (_CELL[0] + ICON_SIZE // 2, _CELL[1] + ICON_SIZE // 2)
 # Where the pointer neither touches the icon nor covers the menu.
-ASIDE = (300, 300)
+BESIDE = (300, 300)
 
 RIGHT, LEFT = 3, 1
 
@@ -65,7 +65,7 @@ class Popup:
         return next(item for item in self.items() if item.text.replace("&", "") == text)
 
     def selected(self) -> str:
-        """The entry that the keys have reached, without the mark of its access key; empty if there is none."""
+        """The entry that the keys have reached, without the mark of its access key; empty if none."""
         return next((item.text.replace("&", "") for item in self.items() if item.selected), "")
 
     def click(self, text: str) -> None:
@@ -82,7 +82,7 @@ class Tray:
     def start(self, name: str = "QxSessionAgent_M.exe") -> Process:
         """Starts the agent and waits until it has come up, its icon the only one."""
         wait_until(self.is_empty, "the end of every other icon")
-        self.desktop.move_pointer(*ASIDE)
+        self.desktop.move_pointer(*BESIDE)
         return self.product.start_running(name=name)
 
     # The icon
@@ -155,7 +155,7 @@ class Tray:
         self.wait_until_closed()
 
     def rest_keys_on_menu(self, menu: Popup) -> None:
-        """A display without a window manager gives the keys to the window under the pointer, which is put where
+        """A display without a window manager gives the keys to the window under the pointer. Puts that where
         it selects nothing."""
         x, y = menu.window.corner
         self.desktop.move_pointer(x, y)
