@@ -7,7 +7,7 @@
 namespace
 {
 template <typename Function>
-Function* True(const char* name, Function* /*type*/)
+Function* True(const char* name)
 {
     const HMODULE library = LoadLibraryW(L"gdiplus.dll");
     return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library, name)));
@@ -39,6 +39,15 @@ std::wstring Number(double number)
 }
 } // namespace
 
+std::size_t GdiPlusRecorder::FreeImages()
+{
+    for (Gdiplus::GpImage* const image : images)
+    {
+        True<decltype(Gdiplus::DllExports::GdipDisposeImage)>("GdipDisposeImage")(image);
+    }
+    return std::exchange(images, {}).size();
+}
+
 GdiPlusRecorder& TheGdiPlus()
 {
     static GdiPlusRecorder recorder;
@@ -48,7 +57,8 @@ GdiPlusRecorder& TheGdiPlus()
 #define PASS_ON(function, detail, ...)                                                                       \
     const Plenty plenty;                                                                                     \
     GpStatus status = Ok;                                                                                    \
-    return IsRefused(L## #function, detail, status) ? status : True(#function, &function)(__VA_ARGS__)
+    return IsRefused(L## #function, detail, status) ? status                                                 \
+                                                    : True<decltype(function)>(#function)(__VA_ARGS__)
 
 namespace Gdiplus
 {
@@ -71,7 +81,14 @@ extern "C"
 
     GpStatus WINGDIPAPI GdipLoadImageFromFile(const WCHAR* path, GpImage** image)
     {
-        PASS_ON(GdipLoadImageFromFile, EndOf(path), path, image);
+        const auto load = [&]() -> GpStatus { PASS_ON(GdipLoadImageFromFile, EndOf(path), path, image); };
+        const GpStatus loaded = load();
+        if (loaded == Ok)
+        {
+            const Plenty plenty;
+            TheGdiPlus().images.push_back(*image);
+        }
+        return loaded;
     }
 
     GpStatus WINGDIPAPI GdipDrawImageI(GpGraphics* graphics, GpImage* image, INT x, INT y)

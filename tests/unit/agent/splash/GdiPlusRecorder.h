@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
@@ -13,6 +14,10 @@ struct GdiPlusRecorder
     std::vector<std::wstring> calls;                    // the function and what tells its call from others
     std::map<std::wstring, Gdiplus::GpStatus> refusals; // the status by the function
     std::vector<std::wstring> lines;                    // the texts drawn
+    std::vector<Gdiplus::GpImage*> images;              // loaded and not yet freed
+
+    // Frees the images, which the splash does not; how many there were.
+    std::size_t FreeImages();
 };
 
 [[nodiscard]] GdiPlusRecorder& TheGdiPlus();

@@ -2,11 +2,28 @@
 
 #include "FrwkMode.h"
 #include "SplashLaunch.h"
+#include "VzComn_Handle.h"
 #include "WaitUntil.h"
 
 namespace
 {
 constexpr DWORD tenMinutes = 600000;
+
+using BeginThread = uintptr_t(void*, unsigned, unsigned(__stdcall*)(void*), void*, unsigned, unsigned*);
+
+BeginThread* g_beginThread = nullptr;
+VzCommon::KernelHandle g_thread; // of the last splash
+
+uintptr_t BeginThreadAndTakeIt(void* security, unsigned stack, unsigned(__stdcall* start)(void*),
+                               void* argument, unsigned flags, unsigned* id)
+{
+    const uintptr_t created = g_beginThread(security, stack, start, argument, flags, id);
+    if (start == &SplashProc) // the test's own threads come here too
+    {
+        g_thread.Reset(reinterpret_cast<HANDLE>(created));
+    }
+    return created;
+}
 
 const std::function<DWORD(HANDLE)>* g_wait = nullptr;
 decltype(&WaitForSingleObject) g_waitForSingleObject = nullptr;
@@ -37,23 +54,27 @@ HWND FindSplash()
     return found;
 }
 
-SplashLaunchTest::SplashLaunchTest() : wait(nullptr, "WaitForSingleObject", &WaitAsTold)
+SplashLaunchScene::SplashLaunchScene()
+    : wait(nullptr, "WaitForSingleObject", &WaitAsTold),
+      begin(nullptr, "_beginthreadex", &BeginThreadAndTakeIt)
 {
+    g_beginThread = begin.Original<BeginThread>();
+    g_thread.Reset();
     g_waitForSingleObject = wait.Original<decltype(WaitForSingleObject)>();
     static_cast<void>(QxCommon::GetProductId()); // first, before there are threads
 }
 
-SplashLaunchTest::~SplashLaunchTest()
+SplashLaunchScene::~SplashLaunchScene()
 {
     EXPECT_TRUE(HasGone());
 }
 
-std::future<AgentStatus> SplashLaunchTest::Launch()
+std::future<AgentStatus> SplashLaunchScene::Launch()
 {
     return std::async(std::launch::async, &ShowSplash);
 }
 
-AgentStatus SplashLaunchTest::LaunchFor(const Wait& wait)
+AgentStatus SplashLaunchScene::LaunchFor(const Wait& wait)
 {
     const std::function<DWORD(HANDLE)> answer = [&wait](HANDLE /*event*/)
     {
@@ -67,19 +88,33 @@ AgentStatus SplashLaunchTest::LaunchFor(const Wait& wait)
     return status;
 }
 
-HWND SplashLaunchTest::Splash()
+HWND SplashLaunchScene::Splash()
 {
     EXPECT_TRUE(TestSupport::WaitUntil([] { return FindSplash() != nullptr; }));
     return FindSplash();
 }
 
-bool SplashLaunchTest::HasGone()
+bool SplashLaunchScene::HasGone()
 {
-    return TestSupport::WaitUntil([] { return g_pSplash == nullptr; });
+    return (!g_thread || WaitForSingleObject(g_thread.Get(), 30000) == WAIT_OBJECT_0) &&
+           TestSupport::WaitUntil([] { return g_pSplash == nullptr; });
 }
 
-void SplashLaunchTest::CloseSplash()
+void SplashLaunchScene::CloseSplash()
 {
     SendMessageW(Splash(), WM_CLOSE, 0, 0);
     EXPECT_TRUE(HasGone());
+}
+
+void SplashLaunchScene::CloseAnySplash()
+{
+    EXPECT_TRUE(TestSupport::WaitUntil(
+        []
+        {
+            if (const HWND splash = FindSplash())
+            {
+                SendMessageW(splash, WM_CLOSE, 0, 0);
+            }
+            return WaitForSingleObject(g_thread.Get(), 0) != static_cast<DWORD>(WAIT_TIMEOUT);
+        }));
 }

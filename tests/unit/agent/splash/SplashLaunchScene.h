@@ -11,7 +11,7 @@
 #include "VzComn_AgentStatus.h"
 
 // ShowSplash and its splash, with the ten minutes in the test's hand.
-class SplashLaunchTest : public ::testing::Test
+class SplashLaunchScene : public ::testing::Test
 {
 protected:
     // What ShowSplash's wait answers instead of waiting.
@@ -22,8 +22,8 @@ protected:
         std::function<void()> during = [] {};
     };
 
-    SplashLaunchTest();
-    ~SplashLaunchTest() override;
+    SplashLaunchScene();
+    ~SplashLaunchScene() override;
 
     // Runs ShowSplash on a thread of its own. It waits in earnest.
     static std::future<AgentStatus> Launch();
@@ -34,15 +34,18 @@ protected:
     // The splash's window as others find it, once it runs its loop.
     static HWND Splash();
 
-    // False if there still is a splash after a while.
+    // False if the splash, or the thread of the last launch, is still there after a while.
     [[nodiscard]] static bool HasGone();
 
     // Closes a splash that nobody else closes.
     static void CloseSplash();
 
+    // The same for a splash that may not have come yet, or never comes.
+    static void CloseAnySplash();
+
     SplashScene scene;
     TestSupport::ImportPatch wait;
-    TestSupport::LogCapture log{0x0101};
+    TestSupport::ImportPatch begin;
 };
 
 // The name that is shared with other programs.

@@ -20,6 +20,12 @@ namespace
 {
 constexpr wchar_t closing[] = L": [INFO] Close Splash...";
 
+class SplashLaunchTest : public SplashLaunchScene
+{
+protected:
+    TestSupport::LogCapture log{0x0101};
+};
+
 AgentStatus SendSplashCommand()
 {
     QxCommon::JsonDb command;
@@ -247,7 +253,7 @@ uintptr_t RefuseThread(void* /*security*/, unsigned /*stack*/, unsigned(__stdcal
 
 TEST_F(SplashLaunchTest, FailsWithoutAThread)
 {
-    const TestSupport::ImportPatch begin(nullptr, "_beginthreadex", &RefuseThread);
+    const TestSupport::ImportPatch refuse(nullptr, "_beginthreadex", &RefuseThread);
     EXPECT_EQ(ShowSplash(), Status::FromBits(0xE0FE041EU));
     EXPECT_THAT(log.Texts(),
                 ::testing::ElementsAre(L": [ERROR] Create thread for splash failed... ErrorCode=1054"));
