@@ -3,6 +3,8 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 namespace VzCommon::Storage
 {
@@ -69,27 +71,19 @@ std::wstring XmlElement::GetAttribute(std::wstring_view path, std::wstring_view 
                                       const std::wstring& defaultValue) const
 {
     const XmlElement* const element = Find(path);
-    const Attribute* const found = element != nullptr ? element->FindAttribute(attributeName) : nullptr;
-    return found != nullptr ? found->second : defaultValue;
+    const auto value = element != nullptr ? element->attributes.Find(attributeName) : std::nullopt;
+    return value ? std::wstring(*value) : defaultValue;
 }
 
-std::uint32_t XmlElement::SetAttribute(std::wstring_view path, const std::wstring& attributeName,
-                                       const std::wstring& value)
+std::uint32_t XmlElement::SetAttribute(std::wstring_view path, std::wstring_view attributeName,
+                                       std::wstring_view value)
 {
     XmlElement* const element = Find(path);
     if (element == nullptr)
     {
         return ERROR_NOT_FOUND;
     }
-    const auto found = std::ranges::find(element->attributes, attributeName, &Attribute::first);
-    if (found != element->attributes.end())
-    {
-        found->second = value;
-    }
-    else
-    {
-        element->AddAttribute(attributeName, value);
-    }
+    element->attributes.Set(attributeName, value);
     return ERROR_SUCCESS;
 }
 
@@ -137,18 +131,18 @@ XmlElement* XmlElement::NextChildNamed(std::wstring_view path, std::wstring_view
     return element != nullptr ? element->NextChildNamed(childName) : nullptr;
 }
 
-XmlElement* XmlElement::AddChild(const std::wstring& childName)
+XmlElement* XmlElement::AddChild(std::wstring childName)
 {
     auto child = std::make_unique<XmlElement>();
-    child->name = childName;
+    child->name = std::move(childName);
     child->parent = this;
     children.push_back(std::move(child));
     return children.back().get();
 }
 
-void XmlElement::AddAttribute(const std::wstring& attributeName, const std::wstring& value)
+void XmlElement::AddAttribute(std::wstring_view attributeName, std::wstring_view value)
 {
-    attributes.emplace_back(attributeName, value);
+    attributes.Add(attributeName, value);
 }
 
 void XmlElement::Clear()
@@ -156,7 +150,7 @@ void XmlElement::Clear()
     DeleteChildren();
     name.clear();
     text.clear();
-    attributes.clear();
+    attributes.Clear();
     iterator = End;
 }
 
@@ -174,22 +168,29 @@ bool XmlElement::CopyFrom(const XmlElement& other)
         const auto [target, source] = open.back();
         open.pop_back();
         target->CopyContent(*source);
+        target->children.reserve(source->children.size());
         for (const auto& child : source->children)
         {
             open.emplace_back(target->AddChild({}), child.get());
         }
     }
+    MoveFrom(copy);
+    return true;
+}
+
+void XmlElement::MoveFrom(XmlElement& other)
+{
     DeleteChildren();
-    name = std::move(copy.name);
-    text = std::move(copy.text);
-    attributes = std::move(copy.attributes);
-    children = std::move(copy.children);
-    iterator = copy.iterator;
+    name = std::move(other.name);
+    text = std::move(other.text);
+    attributes = std::move(other.attributes);
+    children = std::move(other.children);
+    iterator = other.iterator;
     for (const auto& child : children)
     {
         child->parent = this;
     }
-    return true;
+    other.Clear();
 }
 
 bool XmlElement::IsInside(const XmlElement& other) const
@@ -231,12 +232,6 @@ const XmlElement* XmlElement::FindChild(std::wstring_view childName) const
     const auto found = std::ranges::find(children, childName,
                                          [](const auto& child) -> std::wstring_view { return child->name; });
     return found != children.end() ? found->get() : nullptr;
-}
-
-const XmlElement::Attribute* XmlElement::FindAttribute(std::wstring_view attributeName) const
-{
-    const auto found = std::ranges::find(attributes, attributeName, &Attribute::first);
-    return found != attributes.end() ? &*found : nullptr;
 }
 
 XmlElement* XmlElement::MoveTo(std::size_t place)

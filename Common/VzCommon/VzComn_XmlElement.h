@@ -1,11 +1,12 @@
 #pragma once
 
+#include "VzComn_XmlAttributes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace VzCommon::Storage
@@ -20,8 +21,6 @@ namespace VzCommon::Storage
 class XmlElement
 {
 public:
-    using Attribute = std::pair<std::wstring, std::wstring>;
-
     XmlElement() = default;
     virtual ~XmlElement();
 
@@ -53,11 +52,11 @@ public:
                                             const std::wstring& defaultValue) const;
 
     // Replaces the value or adds the attribute behind the others. 0, or 1168 if the path leads nowhere.
-    std::uint32_t SetAttribute(std::wstring_view path, const std::wstring& attributeName,
-                               const std::wstring& value);
+    std::uint32_t SetAttribute(std::wstring_view path, std::wstring_view attributeName,
+                               std::wstring_view value);
 
     // In document order.
-    [[nodiscard]] const std::vector<Attribute>& Attributes() const { return attributes; }
+    [[nodiscard]] const XmlAttributes& Attributes() const { return attributes; }
 
     [[nodiscard]] std::size_t ChildCount() const { return children.size(); }
 
@@ -74,9 +73,12 @@ public:
     XmlElement* NextChildNamed(std::wstring_view path, std::wstring_view childName);
 
     // Behind the others. Weak.
-    XmlElement* AddChild(const std::wstring& childName);
+    XmlElement* AddChild(std::wstring childName);
 
-    void AddAttribute(const std::wstring& attributeName, const std::wstring& value);
+    // In the place of all that it has.
+    void SetAttributes(XmlAttributes all) { attributes = std::move(all); }
+
+    void AddAttribute(std::wstring_view attributeName, std::wstring_view value);
 
     void AppendText(std::wstring_view more) { text += more; }
 
@@ -86,6 +88,9 @@ public:
     // Copies all but the parent; the other may be part of this one's subtree. False, and nothing is done, if
     // the other has neither name nor text.
     bool CopyFrom(const XmlElement& other);
+
+    // Takes over all but the parent and leaves the other empty, which must not be part of this one's subtree.
+    void MoveFrom(XmlElement& other);
 
     // True if the other is among this element's ancestors.
     [[nodiscard]] bool IsInside(const XmlElement& other) const;
@@ -97,7 +102,6 @@ private:
     using Children = std::vector<std::unique_ptr<XmlElement>>;
 
     [[nodiscard]] const XmlElement* FindChild(std::wstring_view childName) const;
-    [[nodiscard]] const Attribute* FindAttribute(std::wstring_view attributeName) const;
     XmlElement* MoveTo(std::size_t place);
     XmlElement* MoveToNamed(std::size_t place, std::wstring_view childName);
     void CopyContent(const XmlElement& other);
@@ -107,7 +111,7 @@ private:
 
     std::wstring name;
     std::wstring text;
-    std::vector<Attribute> attributes;
+    XmlAttributes attributes;
     Children children;
     std::size_t iterator = End;
     XmlElement* parent = nullptr; // Weak.

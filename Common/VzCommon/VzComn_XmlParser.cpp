@@ -117,7 +117,7 @@ void XmlParser::BuildTree(const std::wstring& path, XmlElement* target)
     saxParser->Open(filePath, encoding, pathOfDll);
     XmlTreeBuilder builder(path);
     ReadEvents(builder);
-    target->CopyFrom(builder.Element());
+    target->MoveFrom(builder.Element());
     while (!saxParser->IsFinished())
     {
         FeedBlock();

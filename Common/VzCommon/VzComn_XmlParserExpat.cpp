@@ -3,6 +3,7 @@
 #include "VzComn_String.h"
 #include "VzComn_XmlException.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -70,16 +71,19 @@ void XmlParserExpat::Close()
         UnloadLibrary();
     }
     events.clear();
+    taken = 0;
 }
 
 bool XmlParserExpat::NextEvent(XmlEvent& event)
 {
-    if (events.empty())
+    if (taken == events.size())
     {
+        events.clear();
+        taken = 0;
         return false;
     }
-    event = std::move(events.front());
-    events.pop_front();
+    event = std::move(events[taken]);
+    ++taken;
     return true;
 }
 
@@ -90,12 +94,12 @@ bool XmlParserExpat::IsFinished() const
 
 void XmlParserExpat::OnStartElement(const char* name, const char** attributes)
 {
-    Add(XmlEvent::Kind::StartElement, name);
-    auto& list = events.back().attributes;
+    collected.Clear();
     for (; attributes[0] != nullptr; attributes += 2)
     {
-        list.emplace_back(String::FromUtf8(attributes[0]), String::FromUtf8(attributes[1]));
+        collected.Add(Widen(attributes[0], nameRoom), Widen(attributes[1], valueRoom));
     }
+    Add(XmlEvent::Kind::StartElement, name).attributes = collected;
 }
 
 void XmlParserExpat::OnEndElement(const char* name)
@@ -121,12 +125,31 @@ void XmlParserExpat::OnComment(const char* text)
     Add(XmlEvent::Kind::Comment, text);
 }
 
-void XmlParserExpat::Add(XmlEvent::Kind kind, std::string_view text)
+XmlEvent& XmlParserExpat::Add(XmlEvent::Kind kind, std::string_view text)
 {
-    XmlEvent event;
-    event.kind = kind;
-    event.text = String::FromUtf8(text);
-    events.push_back(std::move(event));
+    return events.emplace_back(XmlEvent{kind, std::wstring(Widen(text, nameRoom)), {}});
+}
+
+// Most of a document is ASCII, for which the system need not be asked.
+std::wstring_view XmlParserExpat::Widen(std::string_view text, std::wstring& room)
+{
+    if (room.size() < text.size())
+    {
+        room.resize(text.size());
+    }
+    unsigned char all = 0;
+    std::ranges::transform(text, room.begin(),
+                           [&all](char unit)
+                           {
+                               all |= static_cast<unsigned char>(unit);
+                               return static_cast<wchar_t>(unit);
+                           });
+    if (all < 0x80)
+    {
+        return std::wstring_view(room).substr(0, text.size());
+    }
+    room = String::FromUtf8(text);
+    return room;
 }
 
 } // namespace VzCommon::Storage

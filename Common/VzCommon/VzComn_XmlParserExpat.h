@@ -2,7 +2,8 @@
 
 #include "VzComn_XmlParserExpatBase.h"
 
-#include <deque>
+#include <cstddef>
+#include <vector>
 
 namespace VzCommon::Storage
 {
@@ -28,11 +29,20 @@ public:
     void OnComment(const char* text) override;
 
 private:
-    void Add(XmlEvent::Kind kind, std::string_view text);
+    XmlEvent& Add(XmlEvent::Kind kind, std::string_view text);
+
+    // Good until the next one is made in the same room.
+    static std::wstring_view Widen(std::string_view text, std::wstring& room);
 
     bool isLoaded = false;
     bool isCreated = false;
-    std::deque<XmlEvent> events;
+    std::vector<XmlEvent> events; // keeps its room when it is emptied
+    std::size_t taken = 0;        // of these
+
+    // What an element is put together in. They keep their memory from one to the next.
+    XmlAttributes collected;
+    std::wstring nameRoom;
+    std::wstring valueRoom;
 };
 
 } // namespace VzCommon::Storage

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "VzComn_XmlAttributes.h"
+
 #include <array>
 #include <cstddef>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace VzCommon::Storage
 {
@@ -26,7 +26,7 @@ struct XmlEvent
 
     Kind kind = Kind::DefaultData;
     std::wstring text;
-    std::vector<std::pair<std::wstring, std::wstring>> attributes; // of a start; names and values
+    XmlAttributes attributes; // of a start
 };
 
 // Where the events of a document come from. Belongs to one thread. Failures are thrown as XmlException.

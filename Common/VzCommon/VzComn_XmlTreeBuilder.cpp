@@ -1,5 +1,7 @@
 #include "VzComn_XmlTreeBuilder.h"
 
+#include <utility>
+
 namespace VzCommon::Storage
 {
 
@@ -16,7 +18,7 @@ XmlTreeBuilder::XmlTreeBuilder(std::wstring_view path)
     }
 }
 
-void XmlTreeBuilder::Take(const XmlEvent& event)
+void XmlTreeBuilder::Take(XmlEvent& event)
 {
     if (isComplete)
     {
@@ -36,12 +38,12 @@ void XmlTreeBuilder::Take(const XmlEvent& event)
     }
 }
 
-void XmlTreeBuilder::Enter(const XmlEvent& event)
+void XmlTreeBuilder::Enter(XmlEvent& event)
 {
     if (open != nullptr)
     {
-        open = open->AddChild({});
-        Fill(*open, event);
+        open = open->AddChild(std::move(event.text));
+        open->SetAttributes(std::move(event.attributes));
         return;
     }
     const bool isOnPath = depth == matched && matched < segments.size() && segments[matched] == event.text;
@@ -49,7 +51,8 @@ void XmlTreeBuilder::Enter(const XmlEvent& event)
     if (isWanted)
     {
         open = &element;
-        Fill(element, event);
+        element.SetName({}, event.text);
+        element.SetAttributes(std::move(event.attributes));
         return;
     }
     matched += isOnPath ? 1 : 0;
@@ -66,15 +69,6 @@ void XmlTreeBuilder::Leave()
     }
     --depth;
     matched = matched > depth ? depth : matched;
-}
-
-void XmlTreeBuilder::Fill(XmlElement& entered, const XmlEvent& event)
-{
-    entered.SetName({}, event.text);
-    for (const auto& [name, value] : event.attributes)
-    {
-        entered.AddAttribute(name, value);
-    }
 }
 
 } // namespace VzCommon::Storage

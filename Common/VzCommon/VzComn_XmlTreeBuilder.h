@@ -19,18 +19,18 @@ class XmlTreeBuilder
 public:
     explicit XmlTreeBuilder(std::wstring_view path);
 
-    void Take(const XmlEvent& event);
+    // The event is used up.
+    void Take(XmlEvent& event);
 
     // True once the wanted element has ended.
     [[nodiscard]] bool IsComplete() const { return isComplete; }
 
     // The element, while it is complete.
-    [[nodiscard]] const XmlElement& Element() const { return element; }
+    [[nodiscard]] XmlElement& Element() { return element; }
 
 private:
-    void Enter(const XmlEvent& event);
+    void Enter(XmlEvent& event);
     void Leave();
-    void Fill(XmlElement& entered, const XmlEvent& event);
 
     std::vector<std::wstring> segments;
     std::size_t depth = 0;   // of elements that are open outside of the wanted one

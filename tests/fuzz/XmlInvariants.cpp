@@ -97,7 +97,7 @@ void CheckTree(XmlElement& root, std::span<const Element> expected)
                 "elements are where they stand in the document");
         Require(element->GetName() == model.name, "names in document order");
         Require(element->GetText() == model.text, "texts in document order");
-        Require(element->Attributes() == model.attributes, "attributes in document order");
+        Require(element->Attributes().List() == model.attributes, "attributes in document order");
         element = Next(element, &root);
     }
     Require(element == nullptr, "no more elements than in the document");

@@ -116,7 +116,7 @@ TEST(XmlParserExpatTest, GivesTheEventsInDocumentOrder)
     XmlEvent event;
     ASSERT_TRUE(source.NextEvent(event));
     EXPECT_EQ(event.kind, XmlEvent::Kind::StartElement);
-    EXPECT_THAT(event.attributes, ElementsAre(std::pair(L"a", L"1"), std::pair(L"b", L"2")));
+    EXPECT_THAT(event.attributes.List(), ElementsAre(std::pair(L"a", L"1"), std::pair(L"b", L"2")));
     EXPECT_THAT(Take(source), ElementsAre(L"3 text", L"4 note", L"1 x", L"2 x"));
     EXPECT_FALSE(source.IsFinished());
     Feed(source, "<![CDATA[c]]></r>", true);
