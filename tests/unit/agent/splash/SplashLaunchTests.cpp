@@ -193,6 +193,19 @@ TEST_F(SplashLaunchTest, StaysOnTheScreenIfItWasToCloseBeforeItHadAWindow)
     CloseSplash();
 }
 
+HWND WINAPI RefuseDialog(HINSTANCE /*instance*/, LPCWSTR /*name*/, HWND /*parent*/, DLGPROC /*procedure*/,
+                         LPARAM /*parameter*/)
+{
+    return nullptr;
+}
+
+TEST_F(SplashLaunchTest, EndsAtOnceWithoutAWindow)
+{
+    const TestSupport::ImportPatch create(nullptr, "CreateDialogParamW", &RefuseDialog);
+    EXPECT_EQ(LaunchFor({.during = [] { EXPECT_TRUE(HasGone()); }}), Status::Success);
+    EXPECT_THAT(log.Texts(), ::testing::ElementsAre(closing));
+}
+
 std::vector<HWND> g_closed;
 
 LRESULT WINAPI NoteSendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)

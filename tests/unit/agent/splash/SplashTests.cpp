@@ -4,6 +4,7 @@
 #include "resource.h"
 
 #include <algorithm>
+#include <cstring>
 
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
@@ -260,6 +261,22 @@ TEST_F(SplashTest, KeepsTheFirstFailureOfItsSteps)
     TheGdiPlus().refusals[L"GdipDrawImageI"] = Gdiplus::ProfileNotFound;
     picture.DrawImage(nullptr, 0, 0);
     EXPECT_EQ(picture.FirstFailure(), first);
+}
+
+decltype(&GetProcAddress) g_getProcAddress = nullptr;
+
+FARPROC WINAPI HideUpdateLayeredWindow(HMODULE module, LPCSTR name)
+{
+    return std::strcmp(name, "UpdateLayeredWindow") == 0 ? nullptr : g_getProcAddress(module, name);
+}
+
+TEST_F(SplashTest, IsThereWithoutAPictureWhereWindowsTakeNone)
+{
+    const TestSupport::ImportPatch hide(nullptr, "GetProcAddress", &HideUpdateLayeredWindow);
+    g_getProcAddress = hide.Original<decltype(GetProcAddress)>();
+    EXPECT_TRUE(splash.Create(IDD_SPLASH, nullptr));
+    EXPECT_TRUE(SplashScene::Pictures().empty());
+    EXPECT_EQ(TheGdiPlus().calls.back(), L"GdipDeleteGraphics");
 }
 
 LONG g_style = 0;
