@@ -78,7 +78,8 @@ private:
     std::vector<HICON> m_vecIcons; // frames of the series loaded last; owned
 
 protected:
-    UINT m_uProgress = 0; // of the scan, in percent; 100 ends its display
+    // Of the scan, in percent; 100 ends its display. Here for whoever reads the scan's result.
+    UINT m_uProgress = 0;
 
 private:
     bool m_bTrayInstalled = false;

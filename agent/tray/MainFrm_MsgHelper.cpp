@@ -10,6 +10,9 @@
 #include "UiLaunch.h"
 #include "VzComn_LogFront.h"
 
+// WM_COMMAND stands in no message map: the framework brings it here. As a menu opens, first each of its
+// entries comes as CN_UPDATE_COMMAND_UI, for its check and its availability; the chosen one then comes as
+// CN_COMMAND. A double-click on the icon posts the default command, which comes the same way.
 BOOL CMainFrame::OnCmdMsg(UINT nID, int nCode, void* pExtra, AFX_CMDHANDLERINFO* pHandlerInfo)
 {
     if (pHandlerInfo != nullptr)

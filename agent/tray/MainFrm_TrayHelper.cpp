@@ -33,10 +33,10 @@ HICON LoadIconFile(const std::wstring& file)
     return static_cast<HICON>(LoadImageW(nullptr, file.c_str(), IMAGE_ICON, 0, 0, LR_LOADFROMFILE));
 }
 
-// The folder comes from the registry alone, without the module's folder in its place.
-std::wstring IconFile(const IconEntry& entry, const std::wstring& number)
+// Deliberate: from the registry alone, without the module's folder in its place.
+std::wstring IconFolder(const IconEntry& entry)
 {
-    return QxCommon::GetRegistryProductPath() + L'\\' + entry.path + L'\\' + entry.name + number + L".ico";
+    return QxCommon::GetRegistryProductPath() + L'\\' + entry.path + L'\\';
 }
 
 } // namespace
@@ -106,7 +106,8 @@ bool CMainFrame::ChangeIcon(UINT id)
     {
         return ShowSeries(found->second);
     }
-    return ShowIcon(LoadIconFile(IconFile(found->second, L"")));
+    // Deliberate: nobody destroys the icon of a single file.
+    return ShowIcon(LoadIconFile(IconFolder(found->second) + found->second.name + L".ico"));
 }
 
 bool CMainFrame::ShowIdleIcon()
@@ -135,9 +136,10 @@ bool CMainFrame::ShowIcon(HICON icon)
 // the profile's number makes up for it.
 bool CMainFrame::ShowSeries(const IconEntry& entry)
 {
+    const std::wstring series = IconFolder(entry) + entry.name;
     for (UINT number = 1; number <= entry.count; ++number)
     {
-        const HICON icon = LoadIconFile(IconFile(entry, std::to_wstring(number)));
+        const HICON icon = LoadIconFile(series + std::to_wstring(number) + L".ico");
         if (icon == nullptr)
         {
             LOG_ERROR << L"Load Image failed...";
@@ -155,13 +157,13 @@ bool CMainFrame::ShowSeries(const IconEntry& entry)
 
 bool CMainFrame::AnimateIconList(UINT count)
 {
-    const std::unique_ptr<HICON[]> icons(new (std::nothrow) HICON[count]);
+    const std::unique_ptr<HICON[]> icons(new (std::nothrow) HICON[count]{});
     if (!icons)
     {
         LOG_ERROR << L"ALLOC MEMORY FAILURE...";
         return true; // Deliberate: the icon stays as it was, which is no failure.
     }
-    std::copy_n(m_vecIcons.begin(), count, icons.get());
+    std::copy_n(m_vecIcons.begin(), std::min<std::size_t>(count, m_vecIcons.size()), icons.get());
     if (!m_sysTray.SetIconList(icons.get(), count))
     {
         LOG_ERROR << L"m_sysTray.SetIconList Failed...";

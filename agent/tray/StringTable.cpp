@@ -22,7 +22,7 @@ bool CStringTable::ParseStringTable(QxCommon::JsonDb& table, const std::wstring&
         LOG_ERROR << L"Failed to load JSON file <" << file << L">, error = 0x" << std::hex << status;
         return false;
     }
-    LOG_INFO << table.ToStyledString();
+    LOG_INFO << (VzCommon::IsLogEnabledFor(VzCommon::LogLevel::Info) ? table.ToStyledString() : L"");
     return true;
 }
 

@@ -200,11 +200,19 @@ LRESULT CSystemTray::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
     {
         return OnTrayCallback(wParam, lParam);
     }
+    if (message == WM_CLOSE)
+    {
+        return 0; // the window lives as long as the object, whoever asks
+    }
     return CWnd::WindowProc(message, wParam, lParam);
 }
 
 void CSystemTray::OnTimer(UINT_PTR nIDEvent)
 {
+    if (nIDEvent == 0)
+    {
+        return; // no timer's; a timer that does not run is kept as 0
+    }
     if (nIDEvent == m_uAnimationTimer)
     {
         OnAnimationTick();

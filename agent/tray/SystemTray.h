@@ -65,7 +65,8 @@ protected:
     DECLARE_MESSAGE_MAP()
 
 private:
-    // A moment as a number of days; valid is false if the clock's time was none.
+    // A moment as a number of days; valid is false if the clock's time was none. Deliberate: nothing reads
+    // it.
     struct Moment
     {
         double days = 0;

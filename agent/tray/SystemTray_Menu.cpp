@@ -12,7 +12,7 @@ constexpr UINT_PTR clickTimer = 4568;
 
 LRESULT CSystemTray::OnTrayCallback(WPARAM id, LPARAM event)
 {
-    if (id != m_notifyData.uID)
+    if (!m_bEnabled || id != m_notifyData.uID) // anybody can send it, also where no icon ever stood
     {
         return 0;
     }
@@ -85,11 +85,14 @@ void CSystemTray::ShowTrayMenu(CWnd* pTarget)
     CustomizeMenu(popup);
     POINT point{};
     GetCursorPos(&point);
+    const HWND window = target->GetSafeHwnd();
     if (target->SetForegroundWindow())
     {
+        // The choice comes to the target as WM_COMMAND. The menu's own message loop may also end the target,
+        // and this object with it: neither is touched behind it.
         popup->TrackPopupMenu(0, point.x, point.y, target);
     }
-    target->PostMessage(WM_NULL, 0, 0); // else the menu would not close at a click beside it
+    ::PostMessageW(window, WM_NULL, 0, 0); // else the menu would not close at a click beside it
 }
 
 void CSystemTray::CustomizeMenu(CMenu* /*pMenu*/) {}

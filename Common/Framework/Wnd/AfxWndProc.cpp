@@ -1,5 +1,6 @@
 #include "AfxState.h"
 
+#include <new>
 #include <utility>
 
 namespace
@@ -40,7 +41,14 @@ LRESULT CALLBACK AfxWndProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lPara
     }
     // The handler may delete the object: nothing of it is touched afterwards.
     const MSG outer = std::exchange(pState->lastSentMsg, {hWnd, message, wParam, lParam, 0, {}});
-    const LRESULT lResult = pWnd->WindowProc(message, wParam, lParam);
+    LRESULT lResult = message == WM_CREATE ? -1 : 0; // of a handler that finds no memory; the program goes on
+    try
+    {
+        lResult = pWnd->WindowProc(message, wParam, lParam);
+    }
+    catch (const std::bad_alloc&)
+    {
+    }
     pState->lastSentMsg = outer;
     return lResult;
 }

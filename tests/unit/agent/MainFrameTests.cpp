@@ -29,8 +29,11 @@ HWND g_unregistered = nullptr;
 std::vector<DWORD> g_sleeps;
 int g_trims = 0;
 
+int g_shellCalls = 0;
+
 BOOL WINAPI FakeShell(DWORD /*message*/, NOTIFYICONDATAW* /*data*/)
 {
+    ++g_shellCalls;
     return TRUE;
 }
 
@@ -401,11 +404,16 @@ TEST(OtherProductMainFrameTest, ComesUpWithoutTrayAndTrimTimer)
 {
     FakeProduct product(L"QxSessionAgent.exe");
     TestSupport::LogCapture log{logLevels};
+    const TestSupport::ImportPatch shell(nullptr, "Shell_NotifyIconW", &FakeShell);
+    TheNeighbours().loadConfig = false; // not even asked for
+    g_shellCalls = 0;
     CWinApp app(nullptr);
     auto* frame = new CMainFrame;
     app.m_pMainWnd = frame;
     ASSERT_TRUE(frame->LoadFrame(frameId, frameStyle));
     EXPECT_FALSE(frame->KillTimer(FrameTimer::TrimWorkingSet));
+    EXPECT_EQ(frame->SendMessage(WindowMessage::TrayCallback, 0, WM_RBUTTONUP), 0) << "forged";
+    EXPECT_EQ(g_shellCalls, 0);
     EXPECT_EQ(g_registrations, 1);
     EXPECT_THAT(TheNeighbours().calls, ElementsAre("power"));
     frame->DestroyWindow();

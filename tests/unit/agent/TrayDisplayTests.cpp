@@ -23,6 +23,20 @@ TEST_F(TrayDisplayTest, ShowsTheProgramsIconWithTheIdleTooltip)
     EXPECT_EQ(Tip(), L"Protected");
 }
 
+TEST_F(TrayDisplayTest, TrimsTheWorkingSetHalfAMinuteLater)
+{
+    Create();
+    EXPECT_EQ(g_timers.running[FrameTimer::TrimWorkingSet], 30000U);
+}
+
+TEST_F(TrayDisplayTest, AnswersTheShellForItsOwnIconOnly)
+{
+    Create();
+    EXPECT_EQ(frame->SendMessage(WindowMessage::TrayCallback, 314, WM_MOUSEMOVE), 1);
+    EXPECT_EQ(frame->SendMessage(WindowMessage::TrayCallback, 315, WM_RBUTTONUP), 0);
+    EXPECT_THAT(g_menus, IsEmpty());
+}
+
 TEST_F(TrayDisplayTest, InstallsTheTrayOnce)
 {
     Create();

@@ -93,6 +93,36 @@ BEGIN_MESSAGE_MAP(CThrower, CWnd)
     ON_MESSAGE(WM_PROBE, &CThrower::OnProbe)
 END_MESSAGE_MAP()
 
+// A window whose handlers find no memory.
+class CPauper : public CWnd
+{
+public:
+    bool m_bPoor = true;
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        if (m_bPoor && (message == WM_CREATE || message == WM_PROBE))
+        {
+            throw std::bad_alloc();
+        }
+        return CWnd::WindowProc(message, wParam, lParam);
+    }
+};
+
+TEST(WndTest, LeavesAHandlerThatFindsNoMemory)
+{
+    CPauper pauper;
+    const auto bMake = [&pauper]
+    { return pauper.CreateEx(0, AfxRegisterWndClass(0), L"", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr); };
+    EXPECT_FALSE(bMake()) << "the window is given up";
+    pauper.m_bPoor = false;
+    ASSERT_TRUE(bMake());
+    pauper.m_bPoor = true;
+    EXPECT_EQ(pauper.SendMessage(WM_PROBE), 0);
+    EXPECT_TRUE(IsWindow(pauper.m_hWnd));
+}
+
 TEST(WndTest, KnowsItsWindowFromNcCreateToNcDestroy)
 {
     s_sent.clear();

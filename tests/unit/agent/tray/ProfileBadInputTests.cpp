@@ -1,4 +1,4 @@
-// Profiles that nobody would write: what is stated for each, and nothing left behind.
+// Profiles that nobody would write: what becomes of each, and nothing left behind.
 #include "ImportPatch.h"
 #include "LastingGrowth.h"
 #include "ProfileFiles.h"

@@ -70,6 +70,7 @@ TEST_F(SystemTrayTest, ShowsTheMenuAtARightClick)
     EXPECT_EQ(g_menus[0].x, 11);
     EXPECT_EQ(g_menus[0].y, 22);
     EXPECT_THAT(g_items[0], ElementsAre(32789U)) << "the resource's, for nobody has filled it";
+    EXPECT_THAT(g_defaults, ElementsAre(0U));
     EXPECT_TRUE(PumpMessagesUntil([this] { return target.nulls == 1; }));
 }
 

@@ -38,6 +38,7 @@ extern std::vector<DWORD> g_sleeps;
 extern BOOL g_mayComeForward;
 extern std::vector<POINT> g_menus;             // where they were shown
 extern std::vector<std::vector<UINT>> g_items; // of each menu
+extern std::vector<UINT> g_defaults;           // position of each menu's default item
 
 BOOL WINAPI PlayShell(DWORD message, NOTIFYICONDATAW* data);
 UINT_PTR WINAPI NoteTimer(HWND window, UINT_PTR id, UINT period, TIMERPROC procedure);
