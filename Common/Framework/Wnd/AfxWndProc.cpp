@@ -41,13 +41,14 @@ LRESULT CALLBACK AfxWndProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lPara
     }
     // The handler may delete the object: nothing of it is touched afterwards.
     const MSG outer = std::exchange(pState->lastSentMsg, {hWnd, message, wParam, lParam, 0, {}});
-    LRESULT lResult = message == WM_CREATE ? -1 : 0; // of a handler that finds no memory; the program goes on
+    LRESULT lResult = 0;
     try
     {
         lResult = pWnd->WindowProc(message, wParam, lParam);
     }
     catch (const std::bad_alloc&)
     {
+        lResult = message == WM_CREATE ? -1 : 0; // the handler is left, and the program goes on
     }
     pState->lastSentMsg = outer;
     return lResult;
