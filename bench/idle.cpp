@@ -10,6 +10,7 @@
 #include <string>
 
 #include "HostService.h"
+#include "Stopwatch.h"
 
 namespace
 {
@@ -86,12 +87,10 @@ int main()
         std::printf("the host service does not come up\n");
         return 1;
     }
-    wchar_t self[MAX_PATH];
-    GetModuleFileNameW(nullptr, self, MAX_PATH);
     const fs::path root = fs::temp_directory_path() / L"bench_idle"; // a path that no other program has
     fs::remove_all(root);
     fs::copy(QX_STAGE, root, fs::copy_options::recursive);
-    fs::copy(fs::path(self).parent_path() / L"minimal_tray.exe", root);
+    fs::copy(OwnFolder() + L"minimal_tray.exe", root);
 
     const wchar_t* const names[] = {L"minimal_tray.exe", L"QxSessionAgent_M.exe"};
     VzCommon::KernelHandle processes[2];

@@ -1,5 +1,6 @@
 // Reading a JSON file of one megabyte: the product's reading, plain and enciphered, beside the JSON library
 // alone, which only reads the same file into memory and parses the same text.
+#include "BenchmarkFile.h"
 #include "Container.h"
 #include "MedianReporter.h"
 #include "QxCommon_JsonDb.h"
@@ -7,26 +8,20 @@
 #include <benchmark/benchmark.h>
 #include <json/reader.h>
 #include <json/value.h>
-#include <windows.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 namespace
 {
-constexpr std::size_t textSize = 1024U * 1024U;
-constexpr int repetitions = 15;
-
 // What configurations and messages are made of: short names, numbers, text with and without escapes.
 std::string MakeText()
 {
     std::string text = "{\n  \"items\": [\n    {}";
-    for (int i = 0; text.size() < textSize; ++i)
+    for (int i = 0; text.size() < oneMegabyte; ++i)
     {
         const std::string number = std::to_string(i);
         text += ",\n    { \"name\": \"item" + number + "\", \"number\": " + number +
@@ -35,43 +30,6 @@ std::string MakeText()
                 number + "\\\" \\u00e4\", \"modes\": [1, 5, null] }";
     }
     return text + "\n  ]\n}\n";
-}
-
-// A file in the folder for temporary files, gone at the end.
-class TemporaryFile
-{
-public:
-    TemporaryFile(const wchar_t* name, const std::string& bytes)
-    {
-        wchar_t folder[MAX_PATH + 1]{};
-        GetTempPathW(MAX_PATH, folder);
-        m_path = std::wstring(folder) + name + std::to_wstring(GetCurrentProcessId());
-        std::ofstream(m_path.c_str(), std::ios::binary)
-            .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    }
-
-    ~TemporaryFile() { DeleteFileW(m_path.c_str()); }
-
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    [[nodiscard]] const std::wstring& Path() const { return m_path; }
-
-private:
-    std::wstring m_path;
-};
-
-std::string ReadBytes(const std::wstring& path)
-{
-    std::string bytes(4 * textSize, '\0');
-    FILE* file = _wfopen(path.c_str(), L"rb");
-    if (file == nullptr)
-    {
-        return {};
-    }
-    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
-    std::fclose(file);
-    return bytes;
 }
 
 void ReadByTheProduct(benchmark::State& state, const std::wstring& path)
@@ -102,16 +60,6 @@ void ReadByTheLibrary(benchmark::State& state, const std::wstring& path, const s
     }
 }
 
-template <typename Function>
-void Register(const char* name, Function function)
-{
-    benchmark::RegisterBenchmark(name, function)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime()
-        ->Repetitions(repetitions)
-        ->MinTime(0.2)
-        ->ReportAggregatesOnly();
-}
 } // namespace
 
 int main(int argc, char** argv)

@@ -3,28 +3,18 @@
 // that both meet the same machine; the median counts.
 #include <windows.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <iterator>
 #include <string>
 #include <vector>
 
 #include "HostService.h"
+#include "Stopwatch.h"
 
 namespace
 {
 constexpr int rounds = 40;
 constexpr DWORD limit = 30000; // milliseconds
-
-double MillisecondsSince(LARGE_INTEGER begin)
-{
-    LARGE_INTEGER now;
-    LARGE_INTEGER frequency;
-    QueryPerformanceCounter(&now);
-    QueryPerformanceFrequency(&frequency);
-    return 1000.0 * static_cast<double>(now.QuadPart - begin.QuadPart) /
-           static_cast<double>(frequency.QuadPart);
-}
 
 // Milliseconds until the program waits for messages; negative when it does not come up.
 double StartOnce(const std::wstring& program)
@@ -33,15 +23,14 @@ double StartOnce(const std::wstring& program)
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process{};
-    LARGE_INTEGER begin;
-    QueryPerformanceCounter(&begin);
+    const LARGE_INTEGER begin = Now();
     if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
                         &process))
     {
         return -1;
     }
     const bool idle = WaitForInputIdle(process.hProcess, limit) == 0;
-    const double elapsed = MillisecondsSince(begin);
+    const double elapsed = Milliseconds(begin, Now());
     TerminateProcess(process.hProcess, 0);
     WaitForSingleObject(process.hProcess, limit);
     CloseHandle(process.hThread);
@@ -49,17 +38,6 @@ double StartOnce(const std::wstring& program)
     return idle ? elapsed : -1;
 }
 
-double Median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-std::wstring FolderOf(const wchar_t* program)
-{
-    const std::wstring path(program);
-    return path.substr(0, path.find_last_of(L"\\/") + 1);
-}
 } // namespace
 
 int main()
@@ -70,10 +48,7 @@ int main()
         std::printf("the host service does not come up\n");
         return 1;
     }
-    wchar_t self[MAX_PATH];
-    GetModuleFileNameW(nullptr, self, MAX_PATH);
-    const std::wstring programs[] = {FolderOf(self) + L"minimal_window.exe",
-                                     FolderOf(self) + L"system_window.exe",
+    const std::wstring programs[] = {OwnFolder() + L"minimal_window.exe", OwnFolder() + L"system_window.exe",
                                      QX_STAGE L"/QxSessionAgent_M.exe"};
     constexpr int count = std::size(programs);
     std::vector<double> times[count];

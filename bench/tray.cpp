@@ -12,6 +12,7 @@
 
 #include "HostService.h"
 #include "PlayedTaskbar.h"
+#include "Stopwatch.h"
 
 namespace
 {
@@ -22,27 +23,6 @@ constexpr int items = 100;
 constexpr DWORD limit = 30000; // milliseconds
 
 namespace fs = std::filesystem;
-
-double Milliseconds(LARGE_INTEGER begin, LARGE_INTEGER end)
-{
-    LARGE_INTEGER frequency;
-    QueryPerformanceFrequency(&frequency);
-    return 1000.0 * static_cast<double>(end.QuadPart - begin.QuadPart) /
-           static_cast<double>(frequency.QuadPart);
-}
-
-LARGE_INTEGER Now()
-{
-    LARGE_INTEGER now;
-    QueryPerformanceCounter(&now);
-    return now;
-}
-
-double Median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
 
 // A program whose icon stands.
 struct Shown
@@ -181,9 +161,7 @@ int main()
         std::printf("the host service does not come up\n");
         return 1;
     }
-    wchar_t self[MAX_PATH];
-    GetModuleFileNameW(nullptr, self, MAX_PATH);
-    const std::wstring peer = fs::path(self).parent_path() / L"minimal_tray.exe";
+    const std::wstring peer = OwnFolder() + L"minimal_tray.exe";
     const fs::path root = InstallWithMenu(QX_STAGE);
     PlayedTaskbar taskbar;
     const bool measured = MeasureStarts(taskbar, {peer, QX_STAGE L"/QxSessionAgent_M.exe"}) &&

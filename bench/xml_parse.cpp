@@ -1,28 +1,24 @@
 // Reading a profile of one megabyte into the tree of elements, beside the parser library alone with handlers
 // that do nothing and beside pugixml, which builds a tree of its own from the same file.
+#include "BenchmarkFile.h"
 #include "MedianReporter.h"
 #include "VzComn_Expat.h"
 #include "VzComn_XmlParser.h"
 
 #include <benchmark/benchmark.h>
 #include <pugixml.hpp>
-#include <windows.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 
 namespace
 {
-constexpr std::size_t textSize = 1024U * 1024U;
-constexpr int repetitions = 15;
-
 // What profiles are made of: menus within menus, an item a line, with short attributes; names are keys.
 std::string MakeProfile()
 {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Ui>\n  <Menus>\n";
-    for (int i = 0; text.size() < textSize; ++i)
+    for (int i = 0; text.size() < oneMegabyte; ++i)
     {
         const std::string number = std::to_string(i);
         text +=
@@ -37,30 +33,6 @@ std::string MakeProfile()
     text += "  </Menus>\n</Ui>\n";
     return text.size() % 1024 == 0 ? text + "\n" : text;
 }
-
-// A file in the folder for temporary files, gone at the end.
-class TemporaryFile
-{
-public:
-    explicit TemporaryFile(const std::string& bytes)
-    {
-        wchar_t folder[MAX_PATH + 1]{};
-        GetTempPathW(MAX_PATH, folder);
-        m_path = std::wstring(folder) + L"profile" + std::to_wstring(GetCurrentProcessId());
-        std::ofstream(m_path.c_str(), std::ios::binary)
-            .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    }
-
-    ~TemporaryFile() { DeleteFileW(m_path.c_str()); }
-
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    [[nodiscard]] const std::wstring& Path() const { return m_path; }
-
-private:
-    std::wstring m_path;
-};
 
 void ReadIntoTree(benchmark::State& state, const std::wstring& path)
 {
@@ -98,19 +70,6 @@ void XMLCALL OnText(void* /*userData*/, const XML_Char* /*text*/, int /*length*/
 
 void XMLCALL OnComment(void* /*userData*/, const XML_Char* /*text*/) {}
 
-std::string ReadBytes(const std::wstring& path)
-{
-    std::string bytes(2 * textSize, '\0');
-    FILE* file = _wfopen(path.c_str(), L"rb");
-    if (file == nullptr)
-    {
-        return {};
-    }
-    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
-    std::fclose(file);
-    return bytes;
-}
-
 // The whole file at once.
 void ReadByTheLibrary(benchmark::State& state, const VzCommon::Library::Expat::Exports& expat,
                       const std::wstring& path)
@@ -144,21 +103,11 @@ void ReadByPugixml(benchmark::State& state, const std::wstring& path)
     }
 }
 
-template <typename Function>
-void Register(const char* name, Function function)
-{
-    benchmark::RegisterBenchmark(name, function)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime()
-        ->Repetitions(repetitions)
-        ->MinTime(0.2)
-        ->ReportAggregatesOnly();
-}
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const TemporaryFile file(MakeProfile());
+    const TemporaryFile file(L"profile", MakeProfile());
     // Loaded all the time, so that nobody's loading of it is measured.
     VzCommon::Library::Expat library;
     if (!library.Load(QX_EXPAT_FOLDER L"\\libexpat.dll", nullptr, nullptr) || !library.Bind(true, nullptr))
