@@ -244,11 +244,11 @@ def main() -> int:
         Play(product, HostService(product), camera).run()
         show_tray(product, camera, 9, "en-us", "en_US.UTF-8")
         show_tray(product, camera, 10, "ja-jp", "ja_JP.UTF-8")
-    except AssertionError as failure:
+    except Exception as failure:  # whatever it is, the picture and the log tell more
         desktop.screenshot(PICTURES / "failure.png")
         detail("all that the log says:")
         print(product.log_text(), flush=True)
-        tell(f"FAILED: {failure}; see out/run/failure.png")
+        tell(f"FAILED: {failure!r}; see out/run/failure.png")
         return 1
     finally:
         product.end()

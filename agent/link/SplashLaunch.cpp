@@ -43,6 +43,17 @@ void Mark(HWND splash)
     }
 }
 
+// Until the window is closed.
+void RunSplash(CSplash& splash, HBITMAP frame)
+{
+    splash.Create(IDD_SPLASH, nullptr);
+    splash.ModifyStyleEx(WS_EX_APPWINDOW, WS_EX_TOOLWINDOW); // no button on the taskbar
+    splash.ShowWindow(SW_SHOWNORMAL);
+    MoveToMiddleOfScreen(splash, frame);
+    Mark(splash.GetSafeHwnd());
+    splash.RunModalLoop();
+}
+
 // Deliberate: whatever ends the wait ends the splash.
 void WaitForSplashEvent(const VzCommon::Synchronize::Event& event)
 {
@@ -55,9 +66,36 @@ void WaitForSplashEvent(const VzCommon::Synchronize::Event& event)
     }
 }
 
+// Success, or why there is no thread.
+AgentStatus StartSplashThread()
+{
+    try
+    {
+        StartThread(&SplashProc, nullptr);
+        return Status::Success;
+    }
+    catch (VzCommon::Exception::Base* caught)
+    {
+        const std::unique_ptr<VzCommon::Exception::Base> exception(caught);
+        LOG_ERROR << L"Create thread for splash failed... ErrorCode=" << exception->code;
+        return Status::FromSystemError(exception->code);
+    }
+}
+
+// Deliberate: without a lock. The pointer is read once; it may be null, and no window may be there yet.
+HWND SplashWindow()
+{
+    const CSplash* const splash = g_pSplash;
+    return splash != nullptr ? splash->GetSafeHwnd() : nullptr;
+}
+
 AgentStatus ShowUntilSignalled()
 {
-    StartThread(&SplashProc, nullptr);
+    const AgentStatus started = StartSplashThread();
+    if (Status::Failed(started))
+    {
+        return started;
+    }
     // Deliberate: made only now. A signal that came before is lost, unless somebody still holds the event.
     VzCommon::Synchronize::Event event;
     std::uint32_t error = 0;
@@ -68,7 +106,7 @@ AgentStatus ShowUntilSignalled()
     }
     WaitForSplashEvent(event);
     // Deliberate: sent to no window if the splash has none yet, and nothing closes it then.
-    ::SendMessageW(g_pSplash != nullptr ? g_pSplash->GetSafeHwnd() : nullptr, WM_CLOSE, 0, 0);
+    ::SendMessageW(SplashWindow(), WM_CLOSE, 0, 0);
     return Status::Success;
 }
 } // namespace
@@ -78,12 +116,6 @@ AgentStatus ShowSplash()
     try
     {
         return ShowUntilSignalled();
-    }
-    catch (VzCommon::Exception::Base* caught)
-    {
-        const std::unique_ptr<VzCommon::Exception::Base> exception(caught);
-        LOG_ERROR << L"Create thread for splash failed... ErrorCode=" << exception->code;
-        return Status::FromSystemError(exception->code);
     }
     catch (const std::bad_alloc&)
     {
@@ -101,15 +133,19 @@ unsigned __stdcall SplashProc(void* /*argument*/)
         return static_cast<unsigned>(Status::OutOfMemory);
     }
     g_pSplash = splash.get();
-    splash->Create(IDD_SPLASH, nullptr);
-    splash->ModifyStyleEx(WS_EX_APPWINDOW, WS_EX_TOOLWINDOW); // no button on the taskbar
-    splash->ShowWindow(SW_SHOWNORMAL);
     const VzCommon::BitmapHandle frame(::LoadBitmapW(AfxGetInstanceHandle(), MAKEINTRESOURCEW(IDB_SPLASH)));
-    MoveToMiddleOfScreen(*splash, frame.Get());
-    Mark(splash->GetSafeHwnd());
-    splash->RunModalLoop();
-    LOG_INFO << L"Close Splash...";
+    AgentStatus status = Status::Success;
+    try
+    {
+        RunSplash(*splash, frame.Get());
+        LOG_INFO << L"Close Splash...";
+    }
+    catch (const std::bad_alloc&)
+    {
+        LOG_ERROR << L"Show splash failed... Out of memory";
+        status = Status::OutOfMemory;
+    }
     splash.reset();
     g_pSplash = nullptr;
-    return static_cast<unsigned>(Status::Success);
+    return static_cast<unsigned>(status);
 }

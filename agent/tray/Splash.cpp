@@ -110,11 +110,13 @@ BOOL CSplash::OnInitDialog()
     const HDC hWindowDC = ::GetDC(m_hWnd);
     m_hMemoryDC = ::CreateCompatibleDC(hWindowDC);
     ::SelectObject(m_hMemoryDC, ::CreateCompatibleBitmap(hWindowDC, canvasSize.cx, canvasSize.cy));
-    Compose(hWindowDC);
+    RECT place{};
+    ::GetWindowRect(m_hWnd, &place);
+    Compose(hWindowDC, {place.left, place.top});
     return TRUE;
 }
 
-void CSplash::Compose(HDC hWindowDC)
+void CSplash::Compose(HDC hWindowDC, POINT corner)
 {
     SplashPicture picture(m_hMemoryDC);
     Gdiplus::GpImage* loaded[std::size(images)] = {};
@@ -132,14 +134,11 @@ void CSplash::Compose(HDC hWindowDC)
     wchar_t line[100] = {};
     wcsncpy_s(line, text.empty() ? builtInLine : text.c_str(), _TRUNCATE);
     picture.DrawLine(line, 12.0F, 210.0F);
-    ShowPicture(hWindowDC); // whatever could be drawn
+    ShowPicture(hWindowDC, corner); // whatever could be drawn
 }
 
-void CSplash::ShowPicture(HDC hWindowDC) const
+void CSplash::ShowPicture(HDC hWindowDC, POINT corner) const
 {
-    RECT place{};
-    ::GetWindowRect(m_hWnd, &place);
-    POINT target = {place.left, place.top};
     POINT source = {0, 0};
     SIZE size = pictureSize;
     BLENDFUNCTION blend = m_blend;
@@ -148,7 +147,7 @@ void CSplash::ShowPicture(HDC hWindowDC) const
     if (user32.Load(L"User32.DLL", nullptr, nullptr) &&
         user32.Resolve(L"UpdateLayeredWindow", update, nullptr))
     {
-        update(m_hWnd, hWindowDC, &target, &size, m_hMemoryDC, &source, 0, &blend, ULW_ALPHA);
+        update(m_hWnd, hWindowDC, &corner, &size, m_hMemoryDC, &source, 0, &blend, ULW_ALPHA);
     }
 }
 

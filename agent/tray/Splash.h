@@ -37,8 +37,8 @@ protected:
     DECLARE_MESSAGE_MAP()
 
 private:
-    void Compose(HDC hWindowDC);
-    void ShowPicture(HDC hWindowDC) const;
+    void Compose(HDC hWindowDC, POINT corner);
+    void ShowPicture(HDC hWindowDC, POINT corner) const;
 
     BLENDFUNCTION m_blend{};
     HDC m_hMemoryDC = nullptr;

@@ -12,6 +12,9 @@ done
 tagline=$(sed -n "s/^$locale //p" "$drawings/taglines.txt")
 [ -n "$tagline" ] || { echo "$drawings/taglines.txt has no line for $locale" >&2; exit 1; }
 
+# As text of the drawing, and as the replacement of an expression.
+tagline=$(printf '%s' "$tagline" | sed 's/&/\&amp;/g; s/</\&lt;/g; s/[\\&/]/\\&/g')
+
 mkdir -p "$folder"
 rsvg-convert --width 474 --height 238 --output "$folder/splash.png" "$drawings/splash.svg"
 rsvg-convert --width 85 --height 30 --output "$folder/ic_vzlogo_splash.png" "$drawings/logo.svg"

@@ -14,6 +14,7 @@ from typing import Any
 
 from lxml import etree
 
+ROOT = Path(__file__).parents[2]
 STAGE = Path(os.environ["QX_STAGE"])
 SOURCES = Path(__file__).resolve().parents[2] / "product"
 PROFILE = STAGE / "Configuration/UiDeskTrayProfile.xml"

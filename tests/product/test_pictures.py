@@ -2,13 +2,14 @@
 
 from __future__ import annotations
 
+import shutil
 import subprocess
 from functools import cache
 from pathlib import Path
 
 import pytest
 
-from shipped import STAGE, Picture, icon_images, locale_file, locales
+from shipped import ROOT, STAGE, Picture, icon_images, locale_file, locales
 
 ICON_SIZES = [16, 20, 24, 32, 40, 48, 64, 256]
 FRAMES = sorted((STAGE / "Misc/Icons").glob("*.ico"))
@@ -104,6 +105,24 @@ def test_the_copyright_line_stands_on_light_ground(locale: str) -> None:
     base = picture(locale, "splash.png")
     ground = [base.at(x, y) for y in range(210, 224) for x in range(12, 377)]
     assert min(min(pixel) for pixel in ground) >= 0xF0
+
+
+def rendered(folder: Path, tagline: str) -> bytes:
+    """The image of the name with that line below it."""
+    drawings = folder / "drawings"
+    shutil.copytree(ROOT / "product/splash", drawings, dirs_exist_ok=True)
+    (drawings / "taglines.txt").write_text(f"xx-xx {tagline}\n", "utf-8")
+    render = ROOT / "product/resources/render-splash.sh"
+    subprocess.run([render, drawings, "xx-xx", folder], check=True)
+    return (folder / "productname_splash.png").read_bytes()
+
+
+def test_a_line_may_hold_any_character(tmp_path: Path) -> None:
+    plain = rendered(tmp_path, "A B")
+    for character in "&</\\":
+        other = rendered(tmp_path, f"A {character} B")
+        assert other not in (plain, rendered(tmp_path, f"A {character}{character} B"))
+    assert rendered(tmp_path, "A & B") != rendered(tmp_path, "A @TAGLINE@ B")
 
 
 @pytest.mark.parametrize("locale", locales())

@@ -71,6 +71,18 @@ CONSOLE = '<Item id="1" function_id="1" name="openConsole" type="string" font="b
         ('path="Misc\\Icons"', 'path="Misc/Icons"'),
         ('path="Misc\\Icons"', 'path="Misc\\Icons\\"'),
         (' count="-33081"', ""),
+        ('count="-33081"', 'count="8"'),  # the program looks for 33097 frames
+        ('count="-33081"', 'count="0"'),
+        ('count="-33081"', 'count="-33089"'),
+        ('count="-33081"', 'count="-1"'),
+        ('id="7"', 'id="99999"'),
+        ('id="7"', 'id="-1"'),
+        ('id="7"', 'id="0"'),
+        ('id="7"', 'id="08"'),
+        ('id="7"', 'id="9999999999"'),
+        ('id="7"', 'id="077777777777"'),
+        ('function_id="2"', 'function_id="9"'),
+        ('<Tooltip id="2"', '<Tooltip id="0"'),
         ("Icons>", "icons>"),  # a section that is not read
         ("<MsgBoxes>", '<MsgBoxes/><MsgBoxes>'),
         ("UiDeskTrayProfile>", "Profile>"),
@@ -83,9 +95,15 @@ def test_the_profile_schema_refuses(old: str, new: str) -> None:
     assert not PROFILE_SCHEMA.validate(wrong)
 
 
-@pytest.mark.parametrize("spelling", ["16", "0x10", "020", "+16", "0X10", "-33081"])
+@pytest.mark.parametrize("spelling", ["16", "0x10", "020", "+16", "0X10"])
 def test_the_profile_schema_accepts_each_spelling_of_a_number(spelling: str) -> None:
     text = PROFILE.read_text("utf-8").replace('id="1" function_id="1"', f'id="{spelling}" function_id="1"')
+    PROFILE_SCHEMA.assertValid(etree.fromstring(text.encode()))
+
+
+@pytest.mark.parametrize("frames", [1, 2, 9, 10, 89, 90, 99])
+def test_the_profile_schema_accepts_any_reasonable_number_of_frames(frames: int) -> None:
+    text = PROFILE.read_text("utf-8").replace("-33081", str(frames - 33089))
     PROFILE_SCHEMA.assertValid(etree.fromstring(text.encode()))
 
 

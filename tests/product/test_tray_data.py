@@ -48,7 +48,8 @@ def test_a_text_is_not_left_in_another_language(locale: str) -> None:
         ours, english = texts_of(locale), texts_of("en-us")
         same = {name for name in ours["Menus"] if ours["Menus"][name] == english["Menus"][name]}
         assert same <= {"showMonitor"}
-        assert all(ours[section] != english[section] for section in ours)
+        # The copyright line may be the same: at its size only Latin letters are sure to be read.
+        assert all(ours[section] != english[section] for section in ours if section != "Splash")
 
 
 def test_each_function_has_an_entry() -> None:

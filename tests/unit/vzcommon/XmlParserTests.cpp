@@ -1,5 +1,6 @@
 #include "VzComn_XmlParser.h"
 
+#include "ImportPatch.h"
 #include "ObjectCounts.h"
 #include "TempDir.h"
 #include "Thrown.h"
@@ -9,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
+
+#include <vector>
 
 using TestSupport::TempDir;
 using TestSupport::Thrown;
@@ -21,6 +24,15 @@ namespace
 {
 
 constexpr std::uint32_t nothingThrown = 0xFFFFFFFF;
+
+std::vector<std::wstring> g_libraries; // asked for
+
+HMODULE WINAPI NoteLibrary(LPCWSTR path)
+{
+    g_libraries.emplace_back(path);
+    SetLastError(ERROR_MOD_NOT_FOUND);
+    return nullptr;
+}
 
 class XmlParserTest : public testing::Test
 {
@@ -119,11 +131,30 @@ TEST_F(XmlParserTest, RefusesAPathWithoutASlashAtItsBeginning)
 
 TEST_F(XmlParserTest, TakesTheLibrarysFolderWithAndWithoutABackslash)
 {
-    for (const wchar_t* folder : {QX_EXPAT_FOLDER, QX_EXPAT_FOLDER L"\\"})
+    const TestSupport::ImportPatch load(nullptr, "LoadLibraryW", &NoteLibrary);
+    g_libraries.clear();
+    for (const wchar_t* folder : {L"C:\\nowhere", L"C:\\nowhere\\"})
     {
         parser.SetProperty(L"PathOfDll", folder);
-        EXPECT_EQ(CodeOf("<r/>"), nothingThrown) << folder;
+        EXPECT_EQ(CodeOf("<r/>"), 126U) << folder;
     }
+    const std::wstring library = L"C:\\nowhere\\libexpat.dll";
+    EXPECT_EQ(g_libraries, (std::vector<std::wstring>{library, library}));
+}
+
+TEST_F(XmlParserTest, ForgetsItsPropertiesWithClose)
+{
+    parser.SetProperty(L"Encoding", L"UTF-8");
+    EXPECT_EQ(CodeOf("<r/>"), 87U);
+    parser.Close();
+    parser.SetProperty(L"PathOfDll", QX_EXPAT_FOLDER);
+    EXPECT_EQ(CodeOf("<r/>"), nothingThrown);
+
+    parser.Close();
+    const TestSupport::ImportPatch load(nullptr, "LoadLibraryW", &NoteLibrary);
+    g_libraries.clear();
+    EXPECT_EQ(CodeOf("<r/>"), 126U);
+    EXPECT_EQ(g_libraries, std::vector<std::wstring>{L".\\libexpat.dll"}) << "the default";
 }
 
 TEST_F(XmlParserTest, IgnoresOtherProperties)
@@ -154,6 +185,7 @@ TEST_F(XmlParserTest, ReadsEveryEncodingThatItKnows)
     parser.SetProperty(L"Encoding", L"US_ASCII");
     Parse("<r>u</r>");
     EXPECT_EQ(root.GetText(), L"u");
+    EXPECT_EQ(CodeOf("<r>\xFC</r>"), 4U) << "beyond ASCII";
     const std::wstring wide = L"\xFEFF<r>\u00FC\xD83D\xDE00</r>";
     parser.SetProperty(L"Encoding", L"UTF16");
     Parse({reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(wchar_t)});
