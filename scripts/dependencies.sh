@@ -10,11 +10,11 @@ cache=$here/out/cache
 sources=$cache/sources
 unpacked=$cache/unpacked
 
-# name | versions, the first one that the archive still holds is taken | folder. What is fetched has to have
-# the checksums of scripts/dependencies.sha256; the upstream archive has to stand there.
+# name | version | folder. Each file that is fetched has to stand in scripts/dependencies.sha256 and to have the
+# checksum that it tells.
 packages='
 libjsoncpp|1.9.5-4|libjsoncpp
-expat|2.5.0-1+deb12u2 2.5.0-1+deb12u1 2.5.0-1|expat
+expat|2.5.0-1+deb12u2|expat
 googletest|1.12.1-0.2|googletest
 benchmark|1.7.1-1|benchmark
 pugixml|1.13-0.2|pugixml
@@ -51,15 +51,11 @@ package_lists()
 
 fetch()
 {
-    local name=$1 versions=$2 version
+    local name=$1 version=$2
     package_lists
-    for version in $versions; do
-        say "fetching source package $name $version"
-        if (cd "$sources" && apt-get "${apt_options[@]}" source --download-only "$name=$version") >>"$cache/fetch.log" 2>&1; then
-            return 0
-        fi
-    done
-    die "the package archive gave none of the versions of $name ($versions); see out/cache/fetch.log"
+    say "fetching source package $name $version"
+    (cd "$sources" && apt-get "${apt_options[@]}" source --download-only "$name=$version") >>"$cache/fetch.log" 2>&1 ||
+        die "the package archive did not give $name $version; see out/cache/fetch.log"
 }
 
 check_sums()
@@ -70,9 +66,10 @@ check_sums()
 
 unpack()
 {
-    local name=$1 folder=$2 archive
-    archive=$(cd "$sources" && ls "${name}"_*.orig.tar.* | head -n 1)
-    grep -q "  $archive\$" "$here/scripts/dependencies.sha256" || die "$archive has no pinned SHA-256"
+    local name=$1 folder=$2 file
+    for file in $(cd "$sources" && ls "${name}"_*); do
+        grep -q "  $file\$" "$here/scripts/dependencies.sha256" || die "$file has no pinned SHA-256"
+    done
     rm -rf "${unpacked:?}/$folder"
     dpkg-source -x "$sources/${name}"_*.dsc "$unpacked/$folder" >>"$cache/fetch.log" 2>&1 ||
         die "the source package $name does not unpack; see out/cache/fetch.log"
@@ -100,10 +97,10 @@ prefix=$cache/win64-$stamp
 if [ ! -e "$prefix/.complete" ]; then
     mkdir -p "$sources" "$unpacked"
     : >"$cache/fetch.log"
-    while IFS='|' read -r name versions folder; do
+    while IFS='|' read -r name version folder; do
         [ -n "$name" ] || continue
         if ! ls "$sources/${name}"_*.dsc >/dev/null 2>&1; then
-            fetch "$name" "$versions"
+            fetch "$name" "$version"
         fi
         check_sums
         unpack "$name" "$folder"
