@@ -24,8 +24,8 @@ public:
 };
 
 // Reads a document into a tree of elements. Belongs to one thread. Failures are thrown as XmlException, those
-// to read from the file as its base Exception, a lack of memory as std::bad_alloc; the parser can be used again
-// after them.
+// to read from the file as its base Exception, a lack of memory as std::bad_alloc; the parser can be used
+// again after them.
 //
 //     XmlParser parser;
 //     parser.SetProperty(L"PathOfDll", folder);
