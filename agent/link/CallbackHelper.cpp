@@ -103,8 +103,8 @@ AgentStatus ArmInputInfoReporter(QxCommon::JsonDb& command)
 
 AgentStatus RunEngineAction(QxCommon::JsonDb& command)
 {
-    CSpecialEngineHost::Initialize();
-    return CSpecialEngineHost::Dispatch(command);
+    g_specialEngineHost.Initialize();
+    return g_specialEngineHost.Dispatch(command);
 }
 
 AgentStatus CloseStartMenuHook(QxCommon::JsonDb& /*command*/)

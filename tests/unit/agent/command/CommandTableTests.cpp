@@ -158,7 +158,10 @@ TEST_F(CommandTableTest, RefusesEngineActionsWithoutTheEngineLibrary)
     EXPECT_EQ(ReplyTo(L"{\"JD_COMMAND_ID\":2000,\"action\":4097,\"itemId\":\"a\"}"),
               L"{\"JD_COMMAND_ID\":2000,\"action\":4097,\"itemId\":\"a\",\"retCode\":-520159203}");
     EXPECT_EQ(ReplyTo(L"{\"JD_COMMAND_ID\":2000}"), PlainReply(2000, Status::NoEngineLibrary));
-    EXPECT_THAT(log.Texts(), IsEmpty());
+    EXPECT_THAT(log.Texts(), ElementsAre(L"[INFO],[], ==> CSpecialEngineHost::Dispatch",
+                                         L"[INFO],[], <== CSpecialEngineHost::Dispatch",
+                                         L"[INFO],[], ==> CSpecialEngineHost::Dispatch",
+                                         L"[INFO],[], <== CSpecialEngineHost::Dispatch"));
 }
 
 TEST_F(CommandTableTest, ClosesTheHookWindowOfTheStartMenu)

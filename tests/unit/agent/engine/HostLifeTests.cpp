@@ -1,0 +1,138 @@
+// How long engines and their library live.
+#include <windows.h>
+
+#include <sstream>
+#include <thread>
+
+#include "EngineHostTest.h"
+#include "LastingGrowth.h"
+#include "VzComn_Handle.h"
+#include "WaitUntil.h"
+
+using ::testing::ElementsAre;
+
+namespace
+{
+class HostLifeTest : public EngineHostTest
+{
+protected:
+    HostLifeTest() { InstallProbe(); }
+
+    // The record that the library keeps in a file, line by line.
+    [[nodiscard]] std::vector<std::string> RecordLines() const
+    {
+        std::istringstream text(folder.Read(L"record.txt"));
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(text, line);)
+        {
+            lines.push_back(line);
+        }
+        return lines;
+    }
+};
+
+// While the log records, memory grows with each line.
+TEST_F(HostLifeTest, TenThousandEnginesLeaveNothing)
+{
+    log.reset();
+    const auto hundred = [this]
+    {
+        for (int i = 0; i < 100; ++i)
+        {
+            const std::wstring id =
+                Create(L"keeper", L"a session id that does not fit into any small buffer");
+            ASSERT_EQ(StatusOf(ActionOn(id, 0x2005, L",\"details\":[1,2,{\"a\":\"b\"}]")), Status::Success);
+            ASSERT_EQ(StatusOf(ActionOn(id, 0x2003)), Status::Success);
+            ASSERT_EQ(StatusOf(ActionOn(id, 0x1002)), Status::Success);
+        }
+    };
+    EXPECT_EQ(TestSupport::LastingGrowthOf(hundred), "");
+    EXPECT_EQ(Living(), 0);
+    EXPECT_GT(std::stoi(Create(L"plain")), 10000);
+}
+
+TEST_F(HostLifeTest, WhatEnginesThrowLeavesNothing)
+{
+    log.reset();
+    const std::wstring ids[] = {Create(L"throws Perform", L"library"),
+                                Create(L"throws Perform", L"exception"), Create(L"throws Perform", L"own")};
+    EXPECT_EQ(TestSupport::LastingGrowthOf(
+                  [&]
+                  {
+                      for (const std::wstring& id : ids)
+                      {
+                          ASSERT_EQ(StatusOf(ActionOn(id, 0x2001)), Status::Failure);
+                      }
+                  }),
+              "");
+}
+
+TEST_F(HostLifeTest, TheHostsEndIsThatOfItsEnginesAndThenOfTheirLibrary)
+{
+    SetEnvironmentVariableW(L"QX_ENGINE_RECORD", folder.Path(L"record.txt").c_str());
+    Create(L"plain");
+    Create(L"plain");
+    EXPECT_EQ(StatusOf(L"{\"action\":4097,\"itemId\":\"refused\"}"), Status::InitializeFailed);
+    folder.Write(L"record.txt", "");
+    host.reset();
+    SetEnvironmentVariableW(L"QX_ENGINE_RECORD", nullptr);
+    EXPECT_THAT(RecordLines(),
+                ElementsAre("end()", "end()", "library freed")); // not the one that was refused
+    EXPECT_EQ(GetModuleHandleW(L"Quenta.dll"), nullptr);
+}
+
+TEST_F(HostLifeTest, ASlowEngineIsSignalledAndOthersWorkMeanwhile)
+{
+    const std::wstring slow = Create(L"slow");
+    AgentStatus performed = 0;
+    std::thread thread([&] { performed = StatusOf(ActionOn(slow, 0x2001)); });
+    EXPECT_TRUE(TestSupport::WaitUntil([] { return Events().ends_with(L"Perform();"); }));
+    const std::wstring other = Create(L"plain");
+    EXPECT_EQ(StatusOf(ActionOn(other, 0x2001)), 4711);
+    EXPECT_EQ(StatusOf(ActionOn(other, 0x1002)), Status::Success);
+    EXPECT_EQ(StatusOf(ActionOn(slow, 0x2003)), Status::Success);
+    EXPECT_EQ(performed, 0);
+    EXPECT_EQ(StatusOf(ActionOn(slow, 0x2002)), Status::Success);
+    thread.join();
+    EXPECT_EQ(performed, 4711);
+}
+
+TEST_F(HostLifeTest, AnEngineThatIsEndedWhileItWorksLivesUntilItsWorkIsDone)
+{
+    const std::wstring slow = Create(L"slow");
+    AgentStatus performed = 0;
+    std::thread thread([&] { performed = StatusOf(ActionOn(slow, 0x2001)); });
+    EXPECT_TRUE(TestSupport::WaitUntil([] { return Events().ends_with(L"Perform();"); }));
+    EXPECT_EQ(StatusOf(ActionOn(slow, 0x1002)), Status::Success);
+    EXPECT_EQ(StatusOf(ActionOn(slow, 0x2002)), Status::UnknownTrackId);
+    EXPECT_EQ(Living(), 1);
+    ReleaseSlowEngines();
+    thread.join();
+    EXPECT_EQ(performed, 4711);
+    EXPECT_EQ(Living(), 0);
+}
+
+TEST_F(HostLifeTest, AProcessEndsItsEnginesBeforeTheirLibrary)
+{
+    const std::wstring program = folder.Path(L"EngineExit.exe");
+    CopyProgram(L"EngineExit", L"EngineExit.exe", program);
+    SetEnvironmentVariableW(L"QX_ENGINE_RECORD", folder.Path(L"record.txt").c_str());
+    std::wstring commandLine = L"\"" + program + L"\" plain \"throws end\" refused keeper";
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION started{};
+    ASSERT_TRUE(CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                               nullptr, &startup, &started));
+    SetEnvironmentVariableW(L"QX_ENGINE_RECORD", nullptr);
+    const VzCommon::KernelHandle process(started.hProcess);
+    const VzCommon::KernelHandle thread(started.hThread);
+    ASSERT_EQ(WaitForSingleObject(process.Get(), 60000), WAIT_OBJECT_0);
+    DWORD exitCode = 0;
+    ASSERT_TRUE(GetExitCodeProcess(process.Get(), &exitCode));
+    EXPECT_EQ(exitCode, 3U);
+    const std::vector<std::string> record = RecordLines();
+    ASSERT_GE(record.size(), 4U);
+    EXPECT_THAT(std::vector(record.end() - 4, record.end()),
+                ElementsAre("end()", "end()", "end()", "library freed"));
+}
+} // namespace
