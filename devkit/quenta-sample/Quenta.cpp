@@ -1,0 +1,21 @@
+// The export of the sample library: which item is which engine.
+#include "InspectionEngine.h"
+#include "NotesEngine.h"
+#include "WorkEngine.h"
+
+extern "C" __declspec(dllexport) IEngine* CreateSpecialEngine(std::wstring itemId, std::wstring /*sessionId*/)
+{
+    if (itemId == L"notes")
+    {
+        return new NotesEngine;
+    }
+    if (itemId == L"work")
+    {
+        return new WorkEngine;
+    }
+    if (itemId == L"inspection")
+    {
+        return new InspectionEngine;
+    }
+    return nullptr;
+}
