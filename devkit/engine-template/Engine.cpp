@@ -54,6 +54,7 @@ private:
 
 } // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what the agent calls
 extern "C" __declspec(dllexport) IEngine* CreateSpecialEngine(std::wstring itemId, std::wstring /*sessionId*/)
 {
     return itemId == templateItem ? new TemplateEngine : nullptr;

@@ -3,6 +3,7 @@
 #include "NotesEngine.h"
 #include "WorkEngine.h"
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what the agent calls
 extern "C" __declspec(dllexport) IEngine* CreateSpecialEngine(std::wstring itemId, std::wstring /*sessionId*/)
 {
     if (itemId == L"notes")

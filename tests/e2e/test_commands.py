@@ -12,7 +12,19 @@ import pytest
 
 from desktop import WM_CLOSE, Window, wait_until, windows_path
 from host import HostService, Json
-from link_log import FAILURE, NO_ENGINE, NOT_FOUND, SUCCESS, entries, error, helper_trace, info, signed, texts
+from link_log import (
+    FAILURE,
+    NO_ENGINE,
+    NO_SUCH_ENGINE,
+    NOT_FOUND,
+    SUCCESS,
+    entries,
+    error,
+    helper_trace,
+    info,
+    signed,
+    texts,
+)
 from product import Product
 
 SPLASH_EVENT = "Global\\GLOBAL_EVENT_SPLASH_NOTIFY"
@@ -274,12 +286,20 @@ def boxes(agent: Agent) -> list[Window]:
     return [w for w in agent.product.desktop.windows() if w.class_name == "#32770" and w.visible]
 
 
-# What is not in the table
+# Engines, and what is not in the table
 
 
-def test_2000_has_no_engine_to_run(agent: Agent) -> None:
+def test_2000_goes_to_the_engine_host(agent: Agent) -> None:
     command = {"JD_COMMAND_ID": 2000, "action": "x", "trackId": 5}
-    assert agent.send(command, NO_ENGINE) == {**command, "retCode": signed(NO_ENGINE)}
+    finished = agent.host.qxctl("send", json.dumps(command))
+    assert json.loads(finished.out) == {"data": None, "retCode": signed(NO_SUCH_ENGINE)}
+    assert finished.code == 1
+
+
+def test_2000_without_the_engine_library_is_refused(product: Product) -> None:
+    (product.root / "Quenta.dll").unlink()
+    command = {"JD_COMMAND_ID": 2000, "action": "x", "trackId": 5}
+    assert Agent(product).send(command, NO_ENGINE) == {**command, "retCode": signed(NO_ENGINE)}
 
 
 def test_3000_closes_the_start_menus_hook_and_nothing_else(agent: Agent) -> None:
