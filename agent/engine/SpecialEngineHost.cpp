@@ -2,6 +2,7 @@
 
 #include <boost/smart_ptr/make_shared.hpp>
 
+#include <memory>
 #include <utility>
 
 #include "EngineAction.h"
@@ -130,7 +131,9 @@ AgentStatus CSpecialEngineHost::Create(QxCommon::JsonDb& command, QxCommon::Json
 
 AgentStatus CSpecialEngineHost::Store(ISpecialEngine* engine, QxCommon::JsonDb& data)
 {
-    const Engine owned(engine, EndEngine{boost::make_shared<std::atomic<AgentStatus>>(Status::Success)});
+    std::unique_ptr<ISpecialEngine> held(engine); // for lack of memory before the next line is done
+    const auto ended = boost::make_shared<std::atomic<AgentStatus>>(Status::Success);
+    const Engine owned(held.release(), EndEngine{ended});
     const std::uint32_t trackId = m_nNextTrackId.fetch_add(1);
     data[L"trackId"].SetUInt(trackId); // before the engine is kept: nobody could end one whose id is lost
     m_engines[trackId] = owned;

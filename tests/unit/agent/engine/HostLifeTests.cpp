@@ -1,11 +1,13 @@
 // How long engines and their library live.
 #include <windows.h>
 
+#include <exception>
 #include <sstream>
 #include <thread>
 
 #include "EngineHostTest.h"
 #include "LastingGrowth.h"
+#include "ScarceMemory.h"
 #include "VzComn_Handle.h"
 #include "WaitUntil.h"
 
@@ -65,6 +67,34 @@ TEST_F(HostLifeTest, WhatEnginesThrowLeavesNothing)
                       }
                   }),
               "");
+}
+
+// Whichever allocation fails: what was made can be reached, or is gone.
+TEST_F(HostLifeTest, NoEngineIsLostForLackOfMemory)
+{
+    log.reset();
+    int attempts = 0;
+    for (bool hasFailed = true; hasFailed; ++attempts)
+    {
+        QxCommon::JsonDb command;
+        command.ParseFromString(L"{\"action\":4097,\"itemId\":\"an item id of some length\","
+                                L"\"sessionId\":\"a session id of some length\"}");
+        const OneFailure failure(attempts);
+        try
+        {
+            host->Dispatch(command);
+        }
+        catch (const std::exception&) // the link's callback answers that
+        {
+        }
+        hasFailed = failure.HasFailed();
+    }
+    EXPECT_GT(attempts, 5);
+    for (int id = 1; id <= attempts; ++id)
+    {
+        StatusOf(ActionOn(std::to_wstring(id), 0x1002));
+    }
+    EXPECT_EQ(Living(), 0);
 }
 
 TEST_F(HostLifeTest, TheHostsEndIsThatOfItsEnginesAndThenOfTheirLibrary)
