@@ -5,8 +5,8 @@
 //
 //     class Checker : public ISpecialEngine { ... };
 //
-//     extern "C" __declspec(dllexport) IEngine* CreateSpecialEngine(std::wstring itemId, std::wstring
-//     sessionId)
+//     extern "C" __declspec(dllexport)
+//     IEngine* CreateSpecialEngine(std::wstring itemId, std::wstring sessionId)
 //     {
 //         return itemId == L"Checker" ? new Checker(sessionId) : nullptr;
 //     }

@@ -3,7 +3,10 @@
 from __future__ import annotations
 
 import json
+import os
+import shutil
 from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
 from typing import Any
 
 import pytest
@@ -15,6 +18,8 @@ from product import Product
 
 ALREADY_WORKING = 0xE0FF000A
 NOT_MADE = 0xE0FF001E
+
+TEMPLATE = Path(os.environ.get("QX_ENGINE_TEMPLATE", "Quenta.dll"))
 
 CREATE, END = 0x1001, 0x1002
 PERFORM, SIGNAL, QUERY, QUERY_BY_KEY, PUT_DETAILS = range(0x2001, 0x2006)
@@ -125,7 +130,7 @@ def test_an_item_that_the_library_does_not_know_is_refused(engines: Engines) -> 
     assert ": [ERROR] Failed to create special engine, [wstrPtnId=x][wstrSessionId=s] - " in line
 
 
-def test_a_library_that_comes_later_is_found(product: Product, tmp_path: Any) -> None:
+def test_a_library_that_comes_later_is_found(product: Product, tmp_path: Path) -> None:
     library = product.root / "Quenta.dll"
     aside = library.rename(tmp_path / "Quenta.dll")
     engines = Engines(product)
@@ -137,6 +142,19 @@ def test_a_library_that_comes_later_is_found(product: Product, tmp_path: Any) ->
         assert len(lines) == count and all(path in line for line in lines)
     aside.rename(library)
     assert engines.create("notes") == 1
+
+
+def test_the_template_works_as_it_stands(product: Product) -> None:
+    library = product.root / "Quenta.dll"
+    library.unlink()
+    shutil.copy2(TEMPLATE, library)
+    engines = Engines(product)
+    first = engines.create("template")
+    engines.act(PERFORM, first)
+    engines.act(PERFORM, first)
+    assert engines.act(QUERY, first) == {"performed": 2}
+    assert engines.act(QUERY_BY_KEY, first, FAILURE) is None
+    assert engines.act(END, first) is None
 
 
 def test_engines_outlive_a_restart_of_the_service(engines: Engines) -> None:
