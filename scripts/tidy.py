@@ -1,0 +1,111 @@
+#!/usr/bin/env python3
+"""Static analysis of the product's sources by clang-tidy, with the commands of the cross build.
+
+Arguments: the build folder, then the files (all product sources when there are none).
+
+Most of the work on a file goes into the headers that it includes, so files that are built alike are checked
+together, as one source that includes them. Where a batch has a finding, or does not compile because two of its
+files use one name, each of its files is checked by itself, and that answer counts.
+"""
+import concurrent.futures
+import json
+import os
+import pathlib
+import shlex
+import subprocess
+import sys
+import tempfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+FOLDERS = ("agent", "Common", "QxCommon", "libs", "devkit")
+BATCH = 8
+
+
+def product_sources():
+    patterns = [f"{folder}/*.cpp" for folder in FOLDERS]
+    names = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard", "--", *patterns],
+                           cwd=ROOT, check=True, capture_output=True, text=True).stdout.split()
+    return [ROOT / name for name in names if "/tests/" not in name]
+
+
+def target_options():
+    """The database is GCC's: the target and its C++ headers have to be named, and its own options passed over."""
+    library = subprocess.run(["x86_64-w64-mingw32-g++-posix", "-print-libgcc-file-name"],
+                             check=True, capture_output=True, text=True).stdout.strip()
+    headers = pathlib.Path(library).parent / "include" / "c++"
+    return ["--target=x86_64-w64-mingw32", f"-isystem{headers}", f"-isystem{headers}/x86_64-w64-mingw32",
+            "-Qunused-arguments", "-Wno-unknown-warning-option"]
+
+
+def options_of(entry):
+    """The options of a compile command: neither compilers nor files."""
+    words = iter(shlex.split(entry["command"]))
+    options = []
+    for word in words:
+        if word in ("-o", "-c"):
+            next(words)
+        elif options or word.startswith("-"):
+            options.append(word)
+    return tuple(options)
+
+
+def options_by_file(build):
+    entries = json.loads((build / "compile_commands.json").read_text())
+    return {pathlib.Path(entry["file"]): options_of(entry) for entry in entries if entry["file"].endswith(".cpp")}
+
+
+def options_for(file, options):
+    """What this build leaves out, such as a template to be copied, is checked as its nearest neighbour is."""
+    if file in options:
+        return options[file]
+    nearest = max(options, key=lambda other: len(os.path.commonpath([file, other])))
+    return options[nearest]
+
+
+def batches(files, options):
+    alike = {}
+    for file in files:
+        alike.setdefault(options_for(file, options), []).append(file)
+    for group, members in alike.items():
+        for first in range(0, len(members), BATCH):
+            yield group, members[first:first + BATCH]
+
+
+def tidy(source, options, checks="", extra=()):
+    result = subprocess.run(["clang-tidy", "--quiet", f"--config-file={ROOT / '.clang-tidy'}", f"--checks={checks}",
+                             str(source), "--", *options, *extra], capture_output=True, text=True, cwd=ROOT)
+    return result.returncode == 0, result.stdout
+
+
+def is_clean_together(files, options):
+    with tempfile.TemporaryDirectory() as folder:
+        source = pathlib.Path(folder) / "batch.cpp"
+        source.write_text("".join(f'#include "{file}"\n' for file in files))
+        # Without the option the analyzer would follow the paths of the batch's own lines alone.
+        clean, _ = tidy(source, options, "-bugprone-suspicious-include", ["-Xclang", "-analyzer-opt-analyze-headers"])
+        return clean
+
+
+def findings(batch, target):
+    options, files = list(batch[0]) + target, batch[1]
+    if len(files) > 1 and is_clean_together(files, options):
+        return []
+    return [text for clean, text in (tidy(file, options) for file in files) if not clean]
+
+
+def main():
+    build = pathlib.Path(sys.argv[1]).resolve()
+    options = options_by_file(build)
+    files = [pathlib.Path(name).resolve() for name in sys.argv[2:]] or product_sources()
+    target = target_options()
+    found = False
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        for texts in pool.map(lambda batch: findings(batch, target), list(batches(files, options))):
+            for text in texts:
+                found = True
+                print(text, flush=True)
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
