@@ -69,3 +69,12 @@ inline constexpr UINT NetworkMade = 23;      // request of its own, with the typ
 inline constexpr UINT NetworkLost = 24;      // request of its own, with the type
 inline constexpr UINT PowerChanged = 0x8000; // request of its own, with the kind of change
 } // namespace EventId
+
+// What changed, in a PowerChanged event.
+namespace PowerEventType
+{
+inline constexpr int SourceChanged = 2;  // mains or battery
+inline constexpr int BatteryChanged = 3; // its percentage
+inline constexpr int SchemeChanged = 4;
+inline constexpr int Resumed = 5; // from suspend
+} // namespace PowerEventType

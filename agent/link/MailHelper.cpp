@@ -46,12 +46,13 @@ AgentStatus SendEvent(UINT eventId)
     QxCommon::JsonDb request;
     request[L"eventId"].SetInt(static_cast<std::int32_t>(eventId));
     request[L"winSessionId"].SetUInt(sessionId);
-    QxCommon::JsonDb reply;
     LOG_INFO << request.ToStyledString();
-    if (g_pClient == nullptr)
-    {
-        return Status::NoClient;
-    }
+    return SendToEventCenter(request);
+}
+
+AgentStatus SendMail(const QxCommon::JsonDb& request)
+{
+    QxCommon::JsonDb reply;
     return CVzRpcClientHelper::SendMail2ProductPlugin(Plugin::EventCenter, Mail::Event, request, reply);
 }
 } // namespace
@@ -83,6 +84,15 @@ AgentStatus SendEventToEventCenter(UINT eventId)
 {
     FUNCTION_TRACE(L"SendEventToEventCenter");
     return Guarded(L"SendEventToEventCenter", [eventId] { return SendEvent(eventId); });
+}
+
+AgentStatus SendToEventCenter(const QxCommon::JsonDb& request)
+{
+    if (g_pClient == nullptr)
+    {
+        return Status::NoClient;
+    }
+    return Guarded(L"SendToEventCenter", [&request] { return SendMail(request); });
 }
 
 bool SendMailForStartScan()

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "QxCommon_JsonDb.h"
 #include "VzComn_AgentStatus.h"
 
 class CVzRpcClientHelper;
@@ -20,6 +21,10 @@ AgentStatus UnRegisterRPC();
 
 // Sends one event to the service's event center and waits for its answer, which is dropped.
 AgentStatus SendEventToEventCenter(UINT eventId);
+
+// Sends an event whose request is the caller's, and waits for its answer, which is dropped. Status::NoClient,
+// and no line in the log, without a client.
+AgentStatus SendToEventCenter(const QxCommon::JsonDb& request);
 
 // Holds the place of the request that starts a scan.
 bool SendMailForStartScan();

@@ -67,6 +67,10 @@ private:
     void RegisterSessionNotification();
     void StartPowerEvents();
     void TrimWorkingSet();
+    // The session can be used again.
+    static void ConnectSession();
+    // The session is left; the event tells how.
+    void DisconnectSession(UINT eventId);
     void RunMenuCommand(UINT id);
     [[nodiscard]] bool ShowIdleIcon();
     [[nodiscard]] bool ShowIcon(HICON icon);

@@ -88,26 +88,6 @@ void CMainFrame::TrimWorkingSet()
     KillTimer(FrameTimer::TrimWorkingSet);
 }
 
-void CMainFrame::OnSessionChange(UINT nSessionState, UINT nId)
-{
-    CFrameWnd::OnSessionChange(nSessionState, nId);
-}
-
-LRESULT CMainFrame::OnNetworkConnectionMadeNotify(WPARAM /*wParam*/, LPARAM /*lParam*/)
-{
-    return 0;
-}
-
-LRESULT CMainFrame::OnNetworkConnectionMadeNoQocNotify(WPARAM /*wParam*/, LPARAM /*lParam*/)
-{
-    return 0;
-}
-
-LRESULT CMainFrame::OnNetworkConnectionLostNotify(WPARAM /*wParam*/, LPARAM /*lParam*/)
-{
-    return 0;
-}
-
 LRESULT CMainFrame::OnPowerMessage(WPARAM wParam, LPARAM lParam)
 {
     const auto* setting = reinterpret_cast<const POWERBROADCAST_SETTING*>(lParam);

@@ -82,6 +82,12 @@ AgentStatus SendEventToEventCenter(UINT eventId)
     return TheNeighbours().sendEvent;
 }
 
+AgentStatus SendToEventCenter(const QxCommon::JsonDb& request)
+{
+    Record("event of its own " + Narrow(request.ToFastString()));
+    return TheNeighbours().sendEvent;
+}
+
 bool SendMailForStartScan()
 {
     return TheNeighbours().startScan;
@@ -115,6 +121,8 @@ AgentStatus ShowSplash()
     Record("splash");
     return Status::Success;
 }
+
+CPowerEventHandler::~CPowerEventHandler() = default;
 
 AgentStatus CPowerEventHandler::InitPowerEvents(HWND window)
 {

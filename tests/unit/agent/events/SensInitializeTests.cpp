@@ -1,0 +1,122 @@
+#include "FakeEventSystem.h"
+#include "ImportPatch.h"
+#include "LogCapture.h"
+#include "QxSensSinkHelper.h"
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace
+{
+const HWND frame = reinterpret_cast<HWND>(0x4321);
+constexpr std::uint32_t allSets = 0x111;
+
+int g_initialized = 0;
+int g_uninitialized = 0;
+HRESULT g_initializeAnswer = S_FALSE;
+
+HRESULT WINAPI FakeCoInitialize(LPVOID reserved)
+{
+    EXPECT_EQ(reserved, nullptr);
+    ++g_initialized;
+    return g_initializeAnswer;
+}
+
+void WINAPI FakeCoUninitialize()
+{
+    ++g_uninitialized;
+}
+
+class SensInitializeTest : public ::testing::Test
+{
+protected:
+    SensInitializeTest()
+    {
+        g_initialized = 0;
+        g_uninitialized = 0;
+        g_initializeAnswer = S_FALSE;
+    }
+
+    ~SensInitializeTest() override
+    {
+        CQxSensSinkHelper::QxSensType = 0;
+        static_cast<void>(CQxSensSinkHelper::Uninitialize());
+    }
+
+    EventSystem system;
+    TestSupport::LogCapture log{0x0111};
+    TestSupport::ImportPatch initialize{nullptr, "CoInitialize", &FakeCoInitialize};
+    TestSupport::ImportPatch uninitialize{nullptr, "CoUninitialize", &FakeCoUninitialize};
+};
+} // namespace
+
+TEST_F(SensInitializeTest, MakesTheEventSystemAndSubscribesNothing)
+{
+    CQxSensSinkHelper::QxSensType = allSets;
+    EXPECT_TRUE(CQxSensSinkHelper::Initialize(frame));
+    EXPECT_EQ(CQxSensSinkHelper::QxSensType, 0U) << "whatever it was";
+    EXPECT_THAT(TheEvents().calls, ElementsAre("event system"));
+    EXPECT_EQ(TheEvents().living, 1);
+    EXPECT_EQ(g_initialized, 1);
+    EXPECT_THAT(log.Texts(), IsEmpty());
+}
+
+TEST_F(SensInitializeTest, TheEndRemovesNothingWhereNothingWasSubscribed)
+{
+    ASSERT_TRUE(CQxSensSinkHelper::Initialize(frame));
+    EXPECT_TRUE(CQxSensSinkHelper::Uninitialize());
+    EXPECT_EQ(TheEvents().living, 0);
+    EXPECT_THAT(TheEvents().removed, IsEmpty());
+    EXPECT_EQ(g_uninitialized, 1);
+    EXPECT_THAT(log.Texts(), IsEmpty());
+}
+
+TEST_F(SensInitializeTest, FailsWithoutCom)
+{
+    CQxSensSinkHelper::QxSensType = allSets;
+    g_initializeAnswer = static_cast<HRESULT>(0x80010106);
+    EXPECT_FALSE(CQxSensSinkHelper::Initialize(frame));
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [ERROR] CoInitialize() failed!!! ErrorCode: -2147417850"));
+    EXPECT_THAT(TheEvents().calls, IsEmpty());
+    EXPECT_EQ(CQxSensSinkHelper::QxSensType, allSets) << "nothing was reached";
+    EXPECT_TRUE(CQxSensSinkHelper::Uninitialize());
+    EXPECT_EQ(g_uninitialized, 1) << "all the same";
+}
+
+TEST_F(SensInitializeTest, ASystemWithoutEventsIsNoFailure)
+{
+    TheEvents().failing = "event system";
+    EXPECT_TRUE(CQxSensSinkHelper::Initialize(frame));
+    EXPECT_THAT(log.Texts(), IsEmpty());
+    CQxSensSinkHelper::QxSensType = allSets;
+    EXPECT_TRUE(CQxSensSinkHelper::Uninitialize());
+    EXPECT_THAT(log.Texts(), IsEmpty());
+    EXPECT_EQ(g_uninitialized, 1);
+}
+
+TEST_F(SensInitializeTest, ASecondCallLeavesOneEventSystem)
+{
+    ASSERT_TRUE(CQxSensSinkHelper::Initialize(frame));
+    EXPECT_TRUE(CQxSensSinkHelper::Initialize(nullptr));
+    EXPECT_EQ(TheEvents().living, 1);
+}
+
+TEST_F(SensInitializeTest, WithoutAStartTheEndIsOfComAlone)
+{
+    EXPECT_TRUE(CQxSensSinkHelper::Uninitialize());
+    EXPECT_TRUE(CQxSensSinkHelper::Uninitialize());
+    EXPECT_EQ(g_uninitialized, 2);
+    EXPECT_THAT(log.Texts(), IsEmpty());
+}
+
+TEST(SensOfTheSystemTest, WithoutAnEventSystemTheAgentStartsAllTheSame)
+{
+    const TestSupport::LogCapture log{0x0111};
+    CoInitialize(nullptr);
+    EXPECT_TRUE(CQxSensSinkHelper::Initialize(frame));
+    EXPECT_TRUE(CQxSensSinkHelper::Uninitialize());
+    EXPECT_THAT(log.Texts(), IsEmpty());
+    EXPECT_EQ(CoInitialize(nullptr), S_FALSE) << "what the helper began it ended, and no more";
+    CoUninitialize();
+    CoUninitialize();
+}
