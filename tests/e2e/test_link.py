@@ -14,6 +14,7 @@ from host import HostService
 from link_log import SUCCESS, entries, event, helper_trace, mail, manager_end, texts, trace
 from product import PLANTED, Product
 
+NETWORK_MADE = 23
 MAIN_LINES = ("OuterClientHelper", "MailHelper")
 
 
@@ -24,15 +25,17 @@ def events(host: HostService, process: int) -> list[int]:
 def test_the_agent_registers_and_tells_that_it_has_started(product: Product) -> None:
     host = HostService(product)
     agent = product.start_running()
-    host.wait_for_event(agent.number, 18)
+    host.wait_for_event(agent.number, NETWORK_MADE)
     (client,) = host.clients()
     assert (client["clientName"], client["processId"]) == ("QxSystemTray", agent.number)
     register, *rest = host.records(agent.number)
     assert (register["kind"], register["status"]) == ("register", SUCCESS)
     assert register["request"] == "QxSystemTray"
-    assert [record["event"] for record in rest if record["kind"] == "event"] == ["StartFinished"]
-    (request,) = [json.loads(record["request"]) for record in rest if record["kind"] == "event"]
-    assert request == {"eventId": 18, "winSessionId": client["sessionId"]}
+    sent = [record for record in rest if record["kind"] == "event"]
+    assert [record["event"] for record in sent] == ["StartFinished", "NetworkConnected"]
+    started, network = [json.loads(record["request"]) for record in sent]
+    assert started == {"eventId": 18, "winSessionId": client["sessionId"]}
+    assert network == {"eventId": NETWORK_MADE, "type": 1}
     (handle,) = [record for record in rest if record["kind"] == "mail"]
     assert (handle["pluginId"], handle["mailId"]) == (0x4E000C, 0x8C1E)
     assert json.loads(handle["request"]) == {"pid": agent.number}
@@ -41,14 +44,14 @@ def test_the_agent_registers_and_tells_that_it_has_started(product: Product) -> 
 def test_mode_one_is_announced_before_anything_else(product: Product) -> None:
     host = HostService(product)
     agent = product.start_running("1")
-    host.wait_for_event(agent.number, 18)
-    assert events(host, agent.number) == [0, 18]
+    host.wait_for_event(agent.number, NETWORK_MADE)
+    assert events(host, agent.number) == [0, 18, NETWORK_MADE]
 
 
 def test_start_and_end_are_logged_to_the_letter(product: Product) -> None:
     host = HostService(product)
     agent = product.start_running("1")
-    host.wait_for_event(agent.number, 18)
+    host.wait_for_event(agent.number, NETWORK_MADE)
     (client,) = host.clients()
     product.signal_exit()
     assert agent.wait() == 0
@@ -64,6 +67,7 @@ def test_start_and_end_are_logged_to_the_letter(product: Product) -> None:
         ),
         *event(0, session, number, main),
         *event(18, session, number, main),
+        *mail(number, main),  # the network
         *trace(
             "UnRegisterRPC",
             *helper_trace("UnregisterProcess"),

@@ -35,7 +35,8 @@ def test_a_hundred_deaths_of_the_service_leave_no_trace(product: Product) -> Non
     host = HostService(product)
     agent = product.start_running()
     host.wait_for_event(agent.number, 18)
-    wait_until(lambda: product.log_text().count(CALLS_BACK) == 2, "the watch of the service")
+    # Two events and the watch itself.
+    wait_until(lambda: product.log_text().count(CALLS_BACK) == 3, "the watch of the service")
     deaths = Deaths(product, host)
     for _ in range(WARM_UP):
         deaths.one_more()

@@ -20,6 +20,7 @@ OWN_SERVICES = True
 EVENT_CENTER, EVENT_MAIL = 5, 0x1802
 INPUT_MAIL = 0x10060
 STARTED = 18
+NETWORK_MADE = 23
 
 
 @pytest.fixture
@@ -144,7 +145,7 @@ def test_watch_waits_for_a_mail_beyond_the_command_for_it(
     product: Product, service: HostService, tmp_path: Path
 ) -> None:
     agent = product.start_running()
-    service.wait_for_event(agent.number, STARTED)
+    service.wait_for_event(agent.number, NETWORK_MADE)  # the last event of a start
     service.wait_for_records(agent.number, "mail")  # the last one by itself, for the service's handle
     mail = Watch(product, tmp_path / "notes", "--count", "1", "--timeout", "60")
     everything = Watch(product, tmp_path / "more notes", "--everything", "--count", "1", "--timeout", "60")

@@ -51,10 +51,10 @@ class Family:
         self.product.desktop.probe.ask("terminate", process=agent, exitCode=1)
 
     def wait_for_watches(self, count: int) -> None:
-        """Waits until the agent has got that often the process to watch. Its start sends one mail more."""
+        """Waits until the agent has got that often the process to watch. Its start sends two mails more."""
 
         def have_come() -> bool:
-            return self.product.log_text().count("after invoking ParseJsonString, ret=0") == count + 1
+            return self.product.log_text().count("after invoking ParseJsonString, ret=0") == count + 2
 
         wait_until(have_come, f"{count} watches of the service")
 
