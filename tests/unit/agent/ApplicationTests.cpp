@@ -80,7 +80,8 @@ TEST_F(ApplicationTest, BringsTheFrameUpAndTakesEverythingBack)
     WaitForExitThread();
     TheNeighbours().calls.clear();
     EXPECT_EQ(app->Run(), 0) << "the exit event closes the frame, and that ends the loop";
-    EXPECT_THAT(TheNeighbours().calls, ElementsAre("unregister", "sens end", "crash handler end"));
+    EXPECT_THAT(TheNeighbours().calls, ElementsAre("event of its own {\"eventId\":23,\"type\":1}\n",
+                                                   "unregister", "sens end", "crash handler end"));
 }
 
 TEST_F(ApplicationTest, SaysSoAndEndsWithoutOle)

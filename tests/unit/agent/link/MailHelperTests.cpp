@@ -152,6 +152,25 @@ TEST_F(MailHelperTest, TheMailsStatusIsTheEvents)
     EXPECT_EQ(SendEventToEventCenter(EventId::TrayClosing), Status::InitializeFailed);
 }
 
+TEST_F(MailHelperTest, ARequestOfTheCallersOwnGoesToTheEventCenterAsItIs)
+{
+    RegisterRPC();
+    log.Clear();
+    QxCommon::JsonDb request;
+    request[L"type"].SetUInt(1);
+    EXPECT_EQ(SendToEventCenter(request), Status::Success);
+    ASSERT_EQ(Events().size(), 1U);
+    EXPECT_EQ(Events()[0].message, MailMessage(L"{\"type\":1}\n", GetCurrentThreadId(), 5, 0x1802));
+    EXPECT_THAT(Own(), IsEmpty());
+}
+
+TEST_F(MailHelperTest, ARequestWithoutAClientIsLostWithoutALine)
+{
+    EXPECT_EQ(SendToEventCenter(QxCommon::JsonDb()), Status::NoClient);
+    EXPECT_THAT(log.Texts(), IsEmpty());
+    EXPECT_THAT(TheLink().Calls(), IsEmpty());
+}
+
 TEST_F(MailHelperTest, ThePlacesOfTheScanAreTracesAlone)
 {
     EXPECT_TRUE(SendMailForStartScan());
