@@ -35,9 +35,10 @@ class IEngine
 public:
     IEngine() = default;
 
-    // Called through delete when the agent's last reference ends, at the latest at the end of the process and
-    // always before the library is freed. An engine has ended its threads when it returns. An exception is
-    // contained here as well: a derived destructor that throws says noexcept(false) or nothing.
+    // Called through delete when the agent's last reference ends, at the latest at the end of the process
+    // (unless an operation is under way to the last) and always before the library is freed. An engine has
+    // ended its threads when it returns. An exception is contained here as well: a derived destructor that
+    // throws says noexcept(false) or nothing.
     virtual ~IEngine() noexcept(false) = default;
 
     IEngine(const IEngine&) = delete;

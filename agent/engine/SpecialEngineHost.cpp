@@ -9,33 +9,52 @@
 #include "EngineCall.h"
 #include "EngineOperation.h"
 #include "QxCommon_utility.h"
+#include "VzComn_Handle.h"
 #include "VzComn_LogFront.h"
 
 CSpecialEngineHost g_specialEngineHost;
 
 namespace
 {
+AgentStatus DeleteEngine(ISpecialEngine* engine) noexcept
+{
+    return CallEngine(L"end",
+                      [engine]
+                      {
+                          delete engine;
+                          return Status::Success;
+                      });
+}
+
+// For an engine that nobody has a reference to yet.
+struct EndNewEngine
+{
+    void operator()(ISpecialEngine* engine) const noexcept { DeleteEngine(engine); }
+};
+
 // Ends an engine with its last reference, which a long operation may be the one to hold.
 struct EndEngine
 {
     // Also read by the command that asked for the end.
     boost::shared_ptr<std::atomic<AgentStatus>> status;
 
-    void operator()(ISpecialEngine* engine) const noexcept
-    {
-        const AgentStatus ended = CallEngine(L"end",
-                                             [engine]
-                                             {
-                                                 delete engine;
-                                                 return Status::Success;
-                                             });
-        status->store(ended);
-    }
+    void operator()(ISpecialEngine* engine) const noexcept { status->store(DeleteEngine(engine)); }
 };
+
+// A reference of one command to the engines' code: the process may end, and the host with it, while an
+// operation is under way. Nobody waits for that.
+VzCommon::ModuleHandle HoldLibraryOf(CreateSpecialEngineFunction* factory)
+{
+    HMODULE library = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(factory),
+                       &library);
+    return VzCommon::ModuleHandle(library);
+}
 } // namespace
 
 CSpecialEngineHost::~CSpecialEngineHost()
 {
+    m_bInited = 0;
     m_engines.clear(); // their code goes with the library
 }
 
@@ -70,6 +89,7 @@ AgentStatus CSpecialEngineHost::Dispatch(QxCommon::JsonDb& command)
         command[L"retCode"].SetInt(Status::NoEngineLibrary);
         return Status::NoEngineLibrary;
     }
+    const VzCommon::ModuleHandle library = HoldLibraryOf(m_pfnCreateSpecialEngine);
     const std::uint32_t action = QxCommon::UIntOrZero(command[L"action"]);
     AgentStatus status = Status::Success;
     QxCommon::JsonDb data;
@@ -131,7 +151,12 @@ AgentStatus CSpecialEngineHost::Create(QxCommon::JsonDb& command, QxCommon::Json
 
 AgentStatus CSpecialEngineHost::Store(ISpecialEngine* engine, QxCommon::JsonDb& data)
 {
-    std::unique_ptr<ISpecialEngine> held(engine); // for lack of memory before the next line is done
+    // For lack of memory before there is a reference, and for a host that has ended meanwhile.
+    std::unique_ptr<ISpecialEngine, EndNewEngine> held(engine);
+    if (m_bInited == 0)
+    {
+        return Status::NoEngineLibrary;
+    }
     const auto ended = boost::make_shared<std::atomic<AgentStatus>>(Status::Success);
     const Engine owned(held.release(), EndEngine{ended});
     const std::uint32_t trackId = m_nNextTrackId.fetch_add(1);

@@ -17,7 +17,8 @@ class CSpecialEngineHost
 public:
     CSpecialEngineHost() = default;
 
-    // Ends the engines, then frees their library.
+    // Ends the engines, then frees their library. A command that is under way on another thread meanwhile
+    // keeps its engine and the library until it is through.
     ~CSpecialEngineHost();
 
     CSpecialEngineHost(const CSpecialEngineHost&) = delete;

@@ -10,11 +10,10 @@
 // Item "inspection": reports details and a fix.
 //
 //     Perform         inspects; before that, Query gives null
-//     Query           {"findings": [{"id": 1, "details": {"title": "...", "fixable": true}, "fixed": 0},
-//     ...]} PerformFix      fixes what param {"ids": [1, 2]} names, or all that can be fixed if it names
-//     nothing;
-//                     0xE0FF0007 for a number that is no finding or cannot be fixed, and then nothing is
-//                     fixed
+//     Query           {"findings": [{"id": 1, "details": {...}, "fixed": 0 or 1}, ...]}, with the details
+//                     {"title": "...", "fixable": true or false}
+//     PerformFix      fixes what param {"ids": [1, 2]} names, or all that can be fixed without "ids";
+//                     0xE0FF0007, and nothing fixed, if one is no finding or cannot be fixed
 //     QueryFix        of that fix session: {"fixed": 2}; null for an unknown one
 //     QueryFixDetail  likewise: {"ids": [1, 2]}
 class InspectionEngine : public SampleEngine

@@ -69,7 +69,7 @@ TEST_F(HostLifeTest, WhatEnginesThrowLeavesNothing)
               "");
 }
 
-// Whichever allocation fails: what was made can be reached, or is gone.
+// Whichever allocation fails: what was made can be reached, or is gone. Not even its end may do harm.
 TEST_F(HostLifeTest, NoEngineIsLostForLackOfMemory)
 {
     log.reset();
@@ -77,8 +77,8 @@ TEST_F(HostLifeTest, NoEngineIsLostForLackOfMemory)
     for (bool hasFailed = true; hasFailed; ++attempts)
     {
         QxCommon::JsonDb command;
-        command.ParseFromString(L"{\"action\":4097,\"itemId\":\"an item id of some length\","
-                                L"\"sessionId\":\"a session id of some length\"}");
+        command.ParseFromString(L"{\"action\":4097,\"itemId\":\"throws end\",\"sessionId\":\"number\","
+                                L"\"x\":\"a text of some length\"}");
         const OneFailure failure(attempts);
         try
         {
@@ -140,6 +140,23 @@ TEST_F(HostLifeTest, AnEngineThatIsEndedWhileItWorksLivesUntilItsWorkIsDone)
     thread.join();
     EXPECT_EQ(performed, 4711);
     EXPECT_EQ(Living(), 0);
+}
+
+// The process ends without asking whether a command is under way.
+TEST_F(HostLifeTest, AnEngineThatWorksAtTheHostsEndKeepsItsLibraryUntilItsWorkIsDone)
+{
+    const std::wstring slow = Create(L"slow");
+    Create(L"plain");
+    AgentStatus performed = 0;
+    std::thread thread([&] { performed = StatusOf(ActionOn(slow, 0x2001)); });
+    EXPECT_TRUE(TestSupport::WaitUntil([] { return Events().ends_with(L"Perform();"); }));
+    host.reset();
+    ASSERT_NE(GetModuleHandleW(L"Quenta.dll"), nullptr);
+    EXPECT_EQ(Living(), 1) << "the other one is gone";
+    ReleaseSlowEngines();
+    thread.join();
+    EXPECT_EQ(performed, 4711);
+    EXPECT_EQ(GetModuleHandleW(L"Quenta.dll"), nullptr);
 }
 
 TEST_F(HostLifeTest, AProcessEndsItsEnginesBeforeTheirLibrary)
