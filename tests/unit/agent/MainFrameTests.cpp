@@ -129,6 +129,15 @@ TEST_F(MainFrameTest, RegistersForTheSessionAtTheFirstAttempt)
     EXPECT_THAT(TheNeighbours().calls, ElementsAre("power"));
 }
 
+TEST_F(MainFrameTest, HearsOfTheSessionAtTheSecondAttempt)
+{
+    g_registrationsThatFail = 1;
+    Create();
+    EXPECT_EQ(g_registrations, 2);
+    EXPECT_THAT(g_sleeps, ElementsAre(2000U));
+    EXPECT_THAT(log.Texts(), Not(Contains(HasSubstr(L"ERROR"))));
+}
+
 TEST_F(MainFrameTest, TriesThreeTimesToHearOfTheSession)
 {
     g_registrationsThatFail = 2;

@@ -1,7 +1,9 @@
 #include "FakeEventSystem.h"
 #include "ImportPatch.h"
 #include "LogCapture.h"
+#include "QxSensSink.h"
 #include "QxSensSinkHelper.h"
+#include "ScarceMemory.h"
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -27,6 +29,14 @@ void WINAPI FakeCoUninitialize()
     ++g_uninitialized;
 }
 
+HWND g_postedTo = nullptr;
+
+BOOL WINAPI NotePost(HWND window, UINT /*message*/, WPARAM /*wParam*/, LPARAM /*lParam*/)
+{
+    g_postedTo = window;
+    return TRUE;
+}
+
 class SensInitializeTest : public ::testing::Test
 {
 protected:
@@ -41,6 +51,14 @@ protected:
     {
         CQxSensSinkHelper::QxSensType = 0;
         static_cast<void>(CQxSensSinkHelper::Uninitialize());
+    }
+
+    // The sink, as an event system gets it.
+    static const CQxSensSink* Sink()
+    {
+        const SensSubscription row{L"m", L"n", L"{1}"};
+        EXPECT_TRUE(CQxSensSinkHelper::SubscriptEvent(L"{class}", 1, &row));
+        return static_cast<const CQxSensSink*>(TheEvents().stored.back().sink);
     }
 
     EventSystem system;
@@ -99,6 +117,36 @@ TEST_F(SensInitializeTest, ASecondCallLeavesOneEventSystem)
     ASSERT_TRUE(CQxSensSinkHelper::Initialize(frame));
     EXPECT_TRUE(CQxSensSinkHelper::Initialize(nullptr));
     EXPECT_EQ(TheEvents().living, 1);
+}
+
+TEST_F(SensInitializeTest, ASecondCallKeepsTheSinkWithItsWindow)
+{
+    const TestSupport::ImportPatch post(nullptr, "PostMessageW", &NotePost);
+    ASSERT_TRUE(CQxSensSinkHelper::Initialize(frame));
+    const CQxSensSink* const sink = Sink();
+    ASSERT_TRUE(CQxSensSinkHelper::Initialize(reinterpret_cast<HWND>(0x8765)));
+    EXPECT_EQ(Sink(), sink);
+    const_cast<CQxSensSink*>(sink)->ConnectionMade(nullptr, 1, nullptr);
+    EXPECT_EQ(g_postedTo, frame);
+}
+
+TEST_F(SensInitializeTest, TheEndFreesTheSinkWhateverTheReferencesToIt)
+{
+    ASSERT_TRUE(CQxSensSinkHelper::Initialize(frame));
+    const_cast<CQxSensSink*>(Sink())->AddRef();
+    const long long blocks = BlocksAlive();
+    EXPECT_TRUE(CQxSensSinkHelper::Uninitialize());
+    EXPECT_EQ(BlocksAlive(), blocks - 2) << "the sink and the test's event system";
+}
+
+TEST_F(SensInitializeTest, StartsWithoutMemoryForTheSink)
+{
+    {
+        const NoMemory noMemory;
+        EXPECT_TRUE(CQxSensSinkHelper::Initialize(frame));
+    }
+    EXPECT_EQ(Sink(), nullptr);
+    EXPECT_THAT(log.Texts(), IsEmpty());
 }
 
 TEST_F(SensInitializeTest, WithoutAStartTheEndIsOfComAlone)
