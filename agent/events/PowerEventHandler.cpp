@@ -1,5 +1,6 @@
 #include "PowerEventHandler.h"
 
+#include <cstdint>
 #include <iterator>
 #include <utility>
 
@@ -25,6 +26,26 @@ const PowerSetting powerSettings[] = {
     {GUID_BATTERY_PERCENTAGE_REMAINING, PowerEventType::BatteryChanged, L"Battery capacity"},
     {GUID_POWERSCHEME_PERSONALITY, PowerEventType::SchemeChanged, L"Power setting"},
 };
+
+// Whether every byte can be read.
+bool IsReadable(const void* begin, std::size_t size)
+{
+    constexpr DWORD readable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READ |
+                               PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+    const auto address = reinterpret_cast<std::uintptr_t>(begin);
+    for (std::uintptr_t next = address; next - address < size;)
+    {
+        MEMORY_BASIC_INFORMATION region{};
+        if (VirtualQuery(reinterpret_cast<const void*>(next), &region, sizeof(region)) == 0 ||
+            region.State != MEM_COMMIT || (region.Protect & PAGE_GUARD) != 0 ||
+            (region.Protect & readable) == 0)
+        {
+            return false;
+        }
+        next = reinterpret_cast<std::uintptr_t>(region.BaseAddress) + region.RegionSize;
+    }
+    return true;
+}
 
 void RegisterAfterResume()
 {
@@ -98,13 +119,16 @@ void CPowerEventHandler::EndRegistrations()
 
 int CPowerEventHandler::TypeOfSettingChange(const POWERBROADCAST_SETTING* setting)
 {
-    if (setting == nullptr) // forged
+    static_assert(offsetof(POWERBROADCAST_SETTING, PowerSetting) == 0);
+    GUID id{};
+    if (!IsReadable(setting, sizeof(id))) // anybody can send the message
     {
         return 0;
     }
+    CopyMemory(&id, setting, sizeof(id)); // from any address
     for (std::size_t i = 0; i < settingCount; ++i)
     {
-        if (setting->PowerSetting == powerSettings[i].id)
+        if (id == powerSettings[i].id)
         {
             return std::exchange(m_registrations[i].isSeen, true) ? powerSettings[i].eventType : 0;
         }

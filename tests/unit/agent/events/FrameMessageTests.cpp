@@ -126,6 +126,8 @@ TEST_F(FrameMessageTest, AForgedMessageOfAnyParametersHarmsNothing)
 {
     constexpr WPARAM manyBits = 0xFEDCBA9800000063;
     constexpr LPARAM negative = -1;
+    EXPECT_EQ(frame->SendMessage(WM_POWERBROADCAST, PBT_POWERSETTINGCHANGE, negative), 0);
+    EXPECT_EQ(frame->SendMessage(WM_POWERBROADCAST, PBT_POWERSETTINGCHANGE, 0x1234), 0);
     for (const UINT message :
          {UINT{WM_WTSSESSION_CHANGE}, WindowMessage::NetworkMade, WindowMessage::NetworkMadeNoQoc,
           WindowMessage::NetworkLost, UINT{WM_POWERBROADCAST}})

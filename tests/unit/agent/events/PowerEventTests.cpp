@@ -1,5 +1,7 @@
 #include "PowerEventHandler.h"
 
+#include <cstdint>
+
 #include "EventTest.h"
 #include "MailHelper.h"
 
@@ -115,10 +117,49 @@ TEST_F(PowerEventTest, OnlyTheIdOfASettingIsRead)
     VirtualFree(memory, 0, MEM_RELEASE);
 }
 
-TEST_F(PowerEventTest, ANoticeWithoutASettingIsIgnored)
+TEST_F(PowerEventTest, ANoticeWithoutAReadableSettingIsIgnored)
 {
-    EXPECT_EQ(handler.HandlePowerEvent(PBT_POWERSETTINGCHANGE, nullptr), nothingSent);
+    constexpr SIZE_T page = 0x1000;
+    auto* const memory = static_cast<BYTE*>(VirtualAlloc(nullptr, 4 * page, MEM_RESERVE, PAGE_NOACCESS));
+    ASSERT_NE(VirtualAlloc(memory, page, MEM_COMMIT, PAGE_READWRITE), nullptr);
+    ASSERT_NE(VirtualAlloc(memory + 2 * page, page, MEM_COMMIT, PAGE_READWRITE | PAGE_GUARD), nullptr);
+    ASSERT_NE(VirtualAlloc(memory + 3 * page, page, MEM_COMMIT, PAGE_NOACCESS), nullptr);
+    BYTE* const tooShort = memory + page - sizeof(GUID) + 1;
+    CopyMemory(tooShort, powerSource, sizeof(GUID) - 1);
+    const std::uintptr_t addresses[] = {0,
+                                        1,
+                                        0xFFFF,
+                                        reinterpret_cast<std::uintptr_t>(tooShort),
+                                        reinterpret_cast<std::uintptr_t>(memory + page),
+                                        reinterpret_cast<std::uintptr_t>(memory + 2 * page),
+                                        reinterpret_cast<std::uintptr_t>(memory + 3 * page),
+                                        0x8000000000000000,
+                                        0xFFFFFFFFFFFFFFF8};
+    for (const std::uintptr_t address : addresses)
+    {
+        const auto* setting = reinterpret_cast<const POWERBROADCAST_SETTING*>(address);
+        EXPECT_EQ(handler.HandlePowerEvent(PBT_POWERSETTINGCHANGE, setting), nothingSent) << address;
+        EXPECT_EQ(handler.HandlePowerEvent(PBT_POWERSETTINGCHANGE, setting), nothingSent) << address;
+    }
+    VirtualFree(memory, 0, MEM_RELEASE);
     EXPECT_THAT(Requests(), IsEmpty());
+    EXPECT_THAT(log.Texts(), IsEmpty());
+    EXPECT_EQ(Change(*powerSource), nothingSent) << "nothing was marked as seen";
+}
+
+TEST_F(PowerEventTest, ASettingMayLieAnywhereAndAcrossARegionsEnd)
+{
+    constexpr SIZE_T page = 0x1000;
+    auto* const memory =
+        static_cast<BYTE*>(VirtualAlloc(nullptr, 2 * page, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+    BYTE* const across = memory + page - sizeof(GUID) / 2 + 1;
+    CopyMemory(across, battery, sizeof(GUID));
+    DWORD previous = 0;
+    ASSERT_TRUE(VirtualProtect(memory + page, page, PAGE_READONLY, &previous));
+    const auto* setting = reinterpret_cast<const POWERBROADCAST_SETTING*>(across);
+    EXPECT_EQ(handler.HandlePowerEvent(PBT_POWERSETTINGCHANGE, setting), nothingSent);
+    EXPECT_EQ(handler.HandlePowerEvent(PBT_POWERSETTINGCHANGE, setting), Status::Success);
+    VirtualFree(memory, 0, MEM_RELEASE);
 }
 
 TEST_F(PowerEventTest, OtherCodesDoNothingAndReadNothing)
@@ -210,5 +251,23 @@ TEST_F(PowerEventTest, ShortMemoryIsAStatusAndNoException)
         const std::vector<std::wstring> requests = Requests();
         EXPECT_TRUE(Status::Failed(status) || requests.size() == 1) << successes;
         EXPECT_TRUE(requests.empty() || requests[0] == PowerRequest(3)) << successes;
+    }
+}
+
+TEST_F(PowerEventTest, ShortMemoryAtAResumeIsAStatusAndNoException)
+{
+    bool hasFailed = true;
+    for (long long successes = 0; hasFailed; ++successes)
+    {
+        UnRegisterRPC();
+        TheLink().ForgetCalls();
+        AgentStatus status = Status::Success;
+        {
+            const OneFailure failure(successes);
+            EXPECT_NO_THROW(status = handler.HandlePowerEvent(PBT_APMRESUMESUSPEND, nullptr)) << successes;
+            hasFailed = failure.HasFailed();
+        }
+        EXPECT_TRUE(Status::Failed(status) || Requests().size() == 1) << successes;
+        EXPECT_TRUE(TestSupport::WaitUntil(&NobodyWatches));
     }
 }
