@@ -88,6 +88,12 @@ class Process:
     def modules(self) -> list[str]:
         return [record["path"] for record in self.probe.request("modules", process=self.number)]
 
+    def place(self, content: bytes) -> int:
+        """Puts bytes into the process's memory; behind them there is none. Their address."""
+        reply = self.probe.ask("place", process=self.number, bytes=content.hex())
+        assert reply["error"] == "0", f"no memory in process {self.number}: error {reply['error']}"
+        return int(reply["address"])
+
     def terminate(self) -> None:
         self.probe.ask("terminate", process=self.number, exitCode=1)
 

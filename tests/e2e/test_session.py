@@ -2,45 +2,23 @@
 
 from __future__ import annotations
 
-import json
 from collections.abc import Iterator
 
 import pytest
 
 from desktop import wait_until
-from host import HostService, Json
 from link_log import SUCCESS
 from product import Product
+from session import (
+    NETWORK_LOST,
+    NETWORK_MADE,
+    NETWORK_MADE_NO_QOC,
+    RESUME,
+    SUSPEND,
+    Session,
+)
 
-WM_WTSSESSION_CHANGE = 0x02B1
-WM_POWERBROADCAST = 0x0218
-SUSPEND, RESUME = 4, 7
-NETWORK_MADE, NETWORK_MADE_NO_QOC, NETWORK_LOST = 0x0430, 0x0431, 0x0432
 ACTIVE_WINDOW_TIMER, INPUT_INFO_TIMER = 1011, 1100
-
-
-class Session:
-    """A registered agent whose frame is told what happens to the session."""
-
-    def __init__(self, product: Product) -> None:
-        self.product = product
-        self.host = HostService(product)
-        self.process = product.start_running()
-        self.host.wait_for_event(self.process.number, 23)
-        self.frame = product.frame()
-
-    def change(self, state: int) -> None:
-        assert self.frame.send(WM_WTSSESSION_CHANGE, state, 1) == 0
-
-    def requests(self) -> list[Json]:
-        return [json.loads(record["request"]) for record in self.host.records(self.process.number, "event")]
-
-    def later(self, known: int) -> list[Json]:
-        """The requests behind the known ones, without the session's number."""
-        return [{k: v for k, v in r.items() if k != "winSessionId"} for r in self.requests()[known:]]
-
-    def errors(self) -> list[str]:
-        return self.product.log_lines("Send event failed", self.process)
 
 
 @pytest.fixture
@@ -92,7 +70,7 @@ def test_a_session_that_only_logs_on_sends_nothing(session: Session) -> None:
 def test_a_change_of_the_network_is_told_with_its_type(session: Session) -> None:
     known = len(session.requests())
     for message, kind in ((NETWORK_MADE, 1), (NETWORK_MADE_NO_QOC, 2), (NETWORK_LOST, 0xFFFFFFFF)):
-        assert session.frame.send(message, kind) == 0
+        session.network(message, kind)
     expected = [{"eventId": 23, "type": 1}, {"eventId": 23, "type": 2}, {"eventId": 24, "type": 0xFFFFFFFF}]
     assert session.requests()[known:] == expected
 
@@ -100,7 +78,7 @@ def test_a_change_of_the_network_is_told_with_its_type(session: Session) -> None
 def test_a_change_of_the_network_is_lost_while_the_session_is_locked(session: Session) -> None:
     known = len(session.requests())
     session.change(7)
-    session.frame.send(NETWORK_LOST, 1)
+    session.network(NETWORK_LOST, 1)
     session.change(8)
     assert session.later(known) == [{"eventId": 17}, {"eventId": 16}]
     assert session.errors() == []
@@ -109,13 +87,13 @@ def test_a_change_of_the_network_is_lost_while_the_session_is_locked(session: Se
 def test_a_resume_is_told_and_a_suspend_is_not(session: Session) -> None:
     known = len(session.requests())
     for code in (SUSPEND, RESUME):
-        assert session.frame.send(WM_POWERBROADCAST, code) == 0
+        session.power(code)
     assert session.requests()[known:] == [{"eventId": 0x8000, "eventType": 5}]
 
 
 def test_a_resume_brings_the_link_of_a_locked_session_back(session: Session) -> None:
     session.change(7)
-    session.frame.send(WM_POWERBROADCAST, RESUME)
+    session.power(RESUME)
     assert len(session.host.clients()) == 1
 
 

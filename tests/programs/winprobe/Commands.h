@@ -19,6 +19,7 @@ using CommandTable = std::map<std::wstring, Command>;
 void AddWindowCommands(CommandTable& table);
 void AddOwnWindowCommands(CommandTable& table);
 void AddIconCommands(CommandTable& table);
+void AddMemoryCommands(CommandTable& table);
 void AddMenuCommands(CommandTable& table);
 void AddObjectCommands(CommandTable& table);
 void AddProcessCommands(CommandTable& table);

@@ -20,6 +20,7 @@ int main()
     AddWindowCommands(table);
     AddOwnWindowCommands(table);
     AddIconCommands(table);
+    AddMemoryCommands(table);
     AddMenuCommands(table);
     AddObjectCommands(table);
     AddProcessCommands(table);
