@@ -1,8 +1,43 @@
 #include "SpecialEngineHost.h"
 
+#include <windows.h>
+
+#include <string>
+#include <thread>
+
 #include "EngineAction.h"
 
-// Arguments: the item ids of the engines. Ends with the number of those that could be made.
+namespace
+{
+bool HasBegunToPerform()
+{
+    const HMODULE library = GetModuleHandleW(L"Quenta.dll");
+    const auto events = reinterpret_cast<const wchar_t* (*)()>(
+        reinterpret_cast<void*>(GetProcAddress(library, "EngineEvents")));
+    return std::wstring(events()).ends_with(L"Perform();");
+}
+
+// On a thread that nobody waits for, as the link's.
+void BeginToPerform(std::uint32_t trackId)
+{
+    std::thread(
+        [trackId]
+        {
+            QxCommon::JsonDb command;
+            command[L"action"].SetUInt(EngineAction::Perform);
+            command[L"trackId"].SetUInt(trackId);
+            g_specialEngineHost.Dispatch(command);
+        })
+        .detach();
+    while (!HasBegunToPerform())
+    {
+        Sleep(1);
+    }
+}
+} // namespace
+
+// Arguments: the item ids of the engines. Ends with the number of those that could be made, while the slow
+// ones of them perform.
 int main(int count, char* arguments[])
 {
     int made = 0;
@@ -15,6 +50,10 @@ int main(int count, char* arguments[])
                                 L"\",\"sessionId\":\"exception\"}");
         command[L"action"].SetUInt(EngineAction::Create);
         made += Status::Failed(g_specialEngineHost.Dispatch(command)) ? 0 : 1;
+        if (itemId == "slow")
+        {
+            BeginToPerform(QxCommon::UIntOrZero(command[L"data"][L"trackId"]));
+        }
     }
     return made;
 }

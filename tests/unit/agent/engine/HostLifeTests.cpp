@@ -31,6 +31,27 @@ protected:
         }
         return lines;
     }
+
+    // Of a process that ends with engines of these items, after it has written the record.
+    [[nodiscard]] DWORD ExitCodeWith(const std::wstring& items)
+    {
+        const std::wstring program = folder.Path(L"EngineExit.exe");
+        CopyProgram(L"EngineExit", L"EngineExit.exe", program);
+        SetEnvironmentVariableW(L"QX_ENGINE_RECORD", folder.Path(L"record.txt").c_str());
+        std::wstring commandLine = L"\"" + program + L"\" " + items;
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION started{};
+        EXPECT_TRUE(CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                                   nullptr, &startup, &started));
+        SetEnvironmentVariableW(L"QX_ENGINE_RECORD", nullptr);
+        const VzCommon::KernelHandle process(started.hProcess);
+        const VzCommon::KernelHandle thread(started.hThread);
+        EXPECT_EQ(WaitForSingleObject(process.Get(), 60000), WAIT_OBJECT_0);
+        DWORD exitCode = 0;
+        EXPECT_TRUE(GetExitCodeProcess(process.Get(), &exitCode));
+        return exitCode;
+    }
 };
 
 // While the log records, memory grows with each line.
@@ -161,25 +182,19 @@ TEST_F(HostLifeTest, AnEngineThatWorksAtTheHostsEndKeepsItsLibraryUntilItsWorkIs
 
 TEST_F(HostLifeTest, AProcessEndsItsEnginesBeforeTheirLibrary)
 {
-    const std::wstring program = folder.Path(L"EngineExit.exe");
-    CopyProgram(L"EngineExit", L"EngineExit.exe", program);
-    SetEnvironmentVariableW(L"QX_ENGINE_RECORD", folder.Path(L"record.txt").c_str());
-    std::wstring commandLine = L"\"" + program + L"\" plain \"throws end\" refused keeper";
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION started{};
-    ASSERT_TRUE(CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                               nullptr, &startup, &started));
-    SetEnvironmentVariableW(L"QX_ENGINE_RECORD", nullptr);
-    const VzCommon::KernelHandle process(started.hProcess);
-    const VzCommon::KernelHandle thread(started.hThread);
-    ASSERT_EQ(WaitForSingleObject(process.Get(), 60000), WAIT_OBJECT_0);
-    DWORD exitCode = 0;
-    ASSERT_TRUE(GetExitCodeProcess(process.Get(), &exitCode));
-    EXPECT_EQ(exitCode, 3U);
+    EXPECT_EQ(ExitCodeWith(L"plain \"throws end\" refused keeper"), 3U);
     const std::vector<std::string> record = RecordLines();
     ASSERT_GE(record.size(), 4U);
     EXPECT_THAT(std::vector(record.end() - 4, record.end()),
                 ElementsAre("end()", "end()", "end()", "library freed"));
+}
+
+TEST_F(HostLifeTest, AProcessEndsWhileAnEngineWorks)
+{
+    EXPECT_EQ(ExitCodeWith(L"plain slow plain"), 3U);
+    const std::vector<std::string> record = RecordLines();
+    ASSERT_GE(record.size(), 3U);
+    EXPECT_THAT(std::vector(record.end() - 3, record.end()),
+                ElementsAre("end()", "end()", "library goes with the process"));
 }
 } // namespace
