@@ -117,9 +117,14 @@ double Tell(HWND frame, UINT message, WPARAM state)
     return isTaken ? Milliseconds(begin, Now()) : -1;
 }
 
-double TellBareClient(HWND window, UINT message)
+// Keeps the milliseconds from inside.
+double TellBareClient(HWND window, UINT message, std::vector<double>& requests)
 {
-    return static_cast<double>(SendMessageW(window, message, 0, 0)) / 1000;
+    const LARGE_INTEGER begin = Now();
+    const LRESULT microseconds = SendMessageW(window, message, 0, 0);
+    const double elapsed = Milliseconds(begin, Now());
+    requests.push_back(static_cast<double>(microseconds) / 1000);
+    return microseconds >= 0 ? elapsed : -1;
 }
 
 // That the notices do what is measured.
@@ -131,20 +136,23 @@ bool IsObeyed(RunningAgent& agent)
     return left && agent.IsRegistered();
 }
 
-void Print(const char* what, const Action& agent, const Action& bare)
+void Print(const char* what, const Action& agent, const Action& bare, const std::vector<double>& requests)
 {
     const double ours = Median(agent.times);
     const double peer = Median(bare.times);
-    std::printf("%s: agent %.2f ms, bare client %.2f ms, ratio %.2f\n", what, ours, peer, ours / peer);
+    std::printf("%s: agent %.2f ms, bare client %.2f ms, ratio %.2f; the requests alone %.2f ms\n", what,
+                ours, peer, ours / peer, Median(requests));
 }
 
 bool Measure(HWND frame, HWND client)
 {
-    Action lock{[frame] { return Tell(frame, WM_WTSSESSION_CHANGE, WTS_SESSION_LOCK); }, {}};
-    Action unlock{[frame] { return Tell(frame, WM_WTSSESSION_CHANGE, WTS_SESSION_UNLOCK); }, {}};
-    Action unlockBare{[client] { return TellBareClient(client, bareUnlock); }, {}};
-    Action lockBare{[client] { return TellBareClient(client, bareLock); }, {}};
-    Action notice{[frame] { return Tell(frame, WM_NULL, 0); }, {}};
+    std::vector<double> ofLock;
+    std::vector<double> ofUnlock;
+    Action lock{[=] { return Tell(frame, WM_WTSSESSION_CHANGE, WTS_SESSION_LOCK); }, {}};
+    Action unlock{[=] { return Tell(frame, WM_WTSSESSION_CHANGE, WTS_SESSION_UNLOCK); }, {}};
+    Action unlockBare{[client, &ofUnlock] { return TellBareClient(client, bareUnlock, ofUnlock); }, {}};
+    Action lockBare{[client, &ofLock] { return TellBareClient(client, bareLock, ofLock); }, {}};
+    Action notice{[=] { return Tell(frame, WM_NULL, 0); }, {}};
     for (int round = 0; round < rounds; ++round)
     {
         for (Action* const action : {&lock, &unlockBare, &unlock, &lockBare, &notice})
@@ -155,8 +163,8 @@ bool Measure(HWND frame, HWND client)
             }
         }
     }
-    Print("lock to the end of the link", lock, lockBare);
-    Print("unlock to the registration and event 16", unlock, unlockBare);
+    Print("lock to the end of the link", lock, lockBare, ofLock);
+    Print("unlock to the registration and event 16", unlock, unlockBare, ofUnlock);
     std::printf("a notice that does nothing: %.2f ms\n", Median(notice.times));
     return true;
 }
