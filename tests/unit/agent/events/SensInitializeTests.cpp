@@ -26,6 +26,7 @@ HRESULT WINAPI FakeCoInitialize(LPVOID reserved)
 
 void WINAPI FakeCoUninitialize()
 {
+    EXPECT_EQ(TheEvents().living, 0) << "no object outlives COM";
     ++g_uninitialized;
 }
 
