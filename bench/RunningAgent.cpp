@@ -43,7 +43,7 @@ RunningAgent::RunningAgent(const std::wstring& stage) : m_service(stage)
     {
         return;
     }
-    m_process = StartProgram(stage + L"/QxSessionAgent_M.exe", L"");
+    m_process = StartProgram(stage + L"\\QxSessionAgent_M.exe", L"");
     m_processId = GetProcessId(m_process.Get());
     const ULONGLONG end = GetTickCount64() + limit;
     while (Mails() < mailsOfStart)

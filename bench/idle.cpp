@@ -5,11 +5,11 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <string>
 
 #include "HostService.h"
+#include "KernelFigures.h"
 #include "Stopwatch.h"
 
 namespace
@@ -19,26 +19,6 @@ constexpr DWORD settle = 35000; // milliseconds; the agent trims itself 30 secon
 constexpr DWORD measured = 60000;
 
 namespace fs = std::filesystem;
-
-std::string ReadWhole(const fs::path& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-// The folder that the kernel keeps about a program; empty if it does not run.
-fs::path KernelFolder(const std::string& program)
-{
-    for (const fs::directory_entry& entry : fs::directory_iterator(L"Z:/proc"))
-    {
-        if (iswdigit(entry.path().filename().native()[0]) &&
-            ReadWhole(entry.path() / L"cmdline").find(program) != std::string::npos)
-        {
-            return entry.path();
-        }
-    }
-    return {};
-}
 
 long long SumOf(const std::string& text, const std::string& name)
 {
