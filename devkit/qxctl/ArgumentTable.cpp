@@ -7,12 +7,13 @@
 
 #include "ProductProgram.h"
 #include "QxCommon_JsonDb.h"
+#include "SimulatedChange.h"
 
 namespace
 {
 constexpr std::uint32_t everywhere = ~0U;
 
-constexpr std::array<VerbRow, 6> verbRows = {{
+constexpr std::array<VerbRow, 7> verbRows = {{
     {Verb::Status, L"status", L"status", L"Service state and registered clients.",
      L"Asks the service who it is and which clients are registered with it.\n"
      L"With --json the service's reply in one line, and \"state\" of \"service\" in the words of the\n"
@@ -34,6 +35,17 @@ constexpr std::array<VerbRow, 6> verbRows = {{
      L"usual. Plug-in 0 with mail 0x2051 (mail), 0x2052 (register) or 0x2053 (unregister) stands\n"
      L"for that command of the link itself. Behind this verb --json takes the text of the reply;\n"
      L"the switch for programs stands before the verb.\n"},
+    {Verb::Simulate, L"simulate", L"simulate CHANGE [VALUE]", L"Tells the agent of a change of the session.",
+     L"Sends the agent of this session what a change of session, network or power would send, and\n"
+     L"waits until it has handled it. Windows of other sessions cannot be reached. Needs no service.\n"
+     L"  lock, unlock, console-connect, console-disconnect, remote-connect, remote-disconnect,\n"
+     L"  logon, logoff, resume\n"
+     L"  network-made [TYPE], network-lost [TYPE]   any 32-bit number, 1 if not given\n"
+     L"  power-source SOURCE                        mains, battery or ups\n"
+     L"  battery PERCENT                            0 to 100\n"
+     L"  scheme SCHEME                              power-saver, balanced, high-performance or a GUID\n"
+     L"The agent takes the first notice of each of the last three for the state at its start, and\n"
+     L"tells the service of the later ones.\n"},
     {Verb::Exit, L"exit", L"exit", L"Signals the product's exit event: the agents end.",
      L"Signals \"Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXIT\" and the product id. Needs no service.\n"},
 }};
@@ -49,6 +61,13 @@ bool TakeSeconds(std::optional<std::uint32_t>& target, const std::wstring& value
 {
     return TakeNumber(target, ParseNumber(value)) &&
            *target <= std::numeric_limits<std::uint32_t>::max() / 1000;
+}
+
+bool TakeProcess(Arguments& arguments, const std::wstring& value)
+{
+    const std::optional<std::uint32_t> number = ParseNumber(value);
+    arguments.processId = number.value_or(0);
+    return number.has_value();
 }
 
 bool TakeAddress(std::uint32_t& target, bool& isGiven, const std::wstring& value)
@@ -101,14 +120,10 @@ constexpr std::array optionRows = {
                return true;
            }},
     Option{BitOf(Verb::Send), L"--pid", L"N", aNumber, L"to this process; needed if several are registered",
-           [](Arguments& a, const std::wstring& v)
-           {
-               const std::optional<std::uint32_t> number = ParseNumber(v);
-               a.processId = number.value_or(0);
-               return number.has_value();
-           }},
-    Option{BitOf(Verb::Send) | BitOf(Verb::Mail), L"--timeout", L"SECONDS", someSeconds,
-           L"how long the reply may take, 60 if not given",
+           TakeProcess},
+    Option{BitOf(Verb::Simulate), L"--pid", L"N", aNumber, L"the agent of this process", TakeProcess},
+    Option{BitOf(Verb::Send) | BitOf(Verb::Mail) | BitOf(Verb::Simulate), L"--timeout", L"SECONDS",
+           someSeconds, L"how long the reply may take, 60 if not given",
            [](Arguments& a, const std::wstring& v) { return TakeSeconds(a.timeoutSeconds, v); }},
     Option{BitOf(Verb::Watch), L"--count", L"N", aNumber, L"end after so many lines",
            [](Arguments& a, const std::wstring& v) { return TakeNumber(a.count, ParseNumber(v)); }},
@@ -199,6 +214,12 @@ std::wstring FindAnswerMistake(const Arguments& arguments)
     }
     return arguments.hasPlugin && arguments.hasMail ? L"" : L"answer needs --plugin and --mail, or --reset";
 }
+
+std::wstring FindSimulateMistake(const Arguments& arguments)
+{
+    return arguments.change ? ParseChange(*arguments.change, arguments.value).error
+                            : L"simulate needs a change, such as lock";
+}
 } // namespace
 
 std::span<const VerbRow> VerbRows()
@@ -244,6 +265,7 @@ std::wstring FindMistake(const Arguments& arguments)
                    : L"send needs a command or --file, and not both";
     case Verb::Mail: return FindMailMistake(arguments);
     case Verb::Answer: return FindAnswerMistake(arguments);
+    case Verb::Simulate: return FindSimulateMistake(arguments);
     default: return L"";
     }
 }

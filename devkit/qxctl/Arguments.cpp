@@ -88,13 +88,26 @@ private:
             arguments.verb = row != nullptr ? row->verb : Verb::None;
             m_parsed.error = row != nullptr ? L"" : L"unknown verb " + word;
         }
-        else if ((arguments.verb == Verb::Send || arguments.verb == Verb::Mail) && !arguments.command)
+        else if (std::optional<std::wstring>* place = PlaceOfWord(); place != nullptr && !*place)
         {
-            arguments.command = word;
+            *place = word;
         }
         else
         {
             m_parsed.error = L"unexpected argument " + word;
+        }
+    }
+
+    // Where the verb's next word goes; null if it takes none.
+    std::optional<std::wstring>* PlaceOfWord()
+    {
+        Arguments& arguments = m_parsed.arguments;
+        switch (arguments.verb)
+        {
+        case Verb::Send:
+        case Verb::Mail: return &arguments.command;
+        case Verb::Simulate: return arguments.change ? &arguments.value : &arguments.change;
+        default: return nullptr;
         }
     }
 

@@ -25,6 +25,7 @@ enum class Verb : std::uint32_t
     Watch,
     Mail,
     Answer,
+    Simulate,
     Exit,
 };
 
@@ -38,9 +39,9 @@ struct Arguments
 
     std::optional<std::wstring> command; // send; mail: the request
     std::optional<std::wstring> file;    // send, mail: which holds it
-    std::uint32_t processId = 0;         // send
+    std::uint32_t processId = 0;         // send, simulate
 
-    std::optional<std::uint32_t> timeoutSeconds; // send, watch, mail
+    std::optional<std::uint32_t> timeoutSeconds; // send, watch, mail, simulate
 
     std::optional<std::uint32_t> count; // watch
     bool wantsAll = false;              // watch: the past too
@@ -50,6 +51,9 @@ struct Arguments
     bool hasPlugin = false;          // answer, mail
     bool hasMail = false;            // answer, mail
     ControlRequest::AnswerRule rule; // mail: the address alone
+
+    std::optional<std::wstring> change; // simulate
+    std::optional<std::wstring> value;  // simulate: of the change
 };
 
 struct ParsedArguments

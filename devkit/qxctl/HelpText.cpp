@@ -13,8 +13,8 @@ constexpr const wchar_t* exitCodes =
     L"  0  done\n"
     L"  1  refused, \"retCode\" of the reply is negative, or there is no reply or it is no JSON\n"
     L"  2  the command line is not understood\n"
-    L"  3  the service is not reachable\n"
-    L"  4  timed out: no reply to send or mail, or watch without its count\n";
+    L"  3  the service is not reachable, or the agent for simulate\n"
+    L"  4  timed out: no reply to send, mail or simulate, or watch without its count\n";
 
 // Later lines of a text stand below its first one.
 std::wstring Row(const std::wstring& name, const std::wstring& text)
@@ -45,9 +45,10 @@ std::wstring OptionList(Verb verb)
 
 std::wstring ProgramHelp()
 {
-    std::wstring text = L"qxctl watches and drives the host service of a product.\n\n"
-                        L"Usage: qxctl VERB [options]\n"
-                        L"       qxctl VERB --help\n\nVerbs\n";
+    std::wstring text =
+        L"qxctl watches and drives the host service of a product, and plays the system for its agent.\n\n"
+        L"Usage: qxctl VERB [options]\n"
+        L"       qxctl VERB --help\n\nVerbs\n";
     for (const VerbRow& row : VerbRows())
     {
         text += Row(row.name, row.summary);

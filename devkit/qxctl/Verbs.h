@@ -11,5 +11,6 @@
 [[nodiscard]] int RunMail(const Arguments& arguments, ControlClient& client, Output& output);
 [[nodiscard]] int RunAnswer(const Arguments& arguments, ControlClient& client, Output& output);
 
-// Needs no service.
+// These need no service.
+[[nodiscard]] int RunSimulate(const Arguments& arguments, Output& output);
 [[nodiscard]] int RunExit(Output& output);

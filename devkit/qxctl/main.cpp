@@ -100,7 +100,12 @@ int Run(Output& output)
     {
         return RunOther(program, output);
     }
-    return arguments.verb == Verb::Exit ? RunExit(output) : RunLinked(arguments, output);
+    switch (arguments.verb)
+    {
+    case Verb::Simulate: return RunSimulate(arguments, output);
+    case Verb::Exit: return RunExit(output);
+    default: return RunLinked(arguments, output);
+    }
 }
 } // namespace
 

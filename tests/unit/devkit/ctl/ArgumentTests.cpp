@@ -4,6 +4,7 @@
 
 #include "ArgumentTable.h"
 #include "HelpText.h"
+#include "SimulatedChange.h"
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -151,6 +152,21 @@ TEST(ArgumentsTest, OfMailAreAddressAndText)
               L"unknown option --result");
 }
 
+TEST(ArgumentsTest, OfSimulateAreAChangeAndItsValue)
+{
+    const Arguments arguments = Parsed({L"simulate", L"battery", L"35", L"--pid", L"44", L"--timeout", L"3"});
+    EXPECT_EQ(arguments.verb, Verb::Simulate);
+    EXPECT_EQ(arguments.change, L"battery");
+    EXPECT_EQ(arguments.value, L"35");
+    EXPECT_EQ(arguments.processId, 44U);
+    EXPECT_EQ(arguments.timeoutSeconds, 3U);
+    EXPECT_EQ(Parsed({L"simulate", L"lock"}).value, std::nullopt);
+    EXPECT_EQ(ErrorOf({L"simulate"}), L"simulate needs a change, such as lock");
+    EXPECT_EQ(ErrorOf({L"simulate", L"", L"lock"}), L"unknown change ");
+    EXPECT_EQ(ErrorOf({L"simulate", L"battery", L"-5"}), L"battery: \"-5\" is not a percentage, 0 to 100");
+    EXPECT_EQ(ErrorOf({L"simulate", L"battery", L"5", L"6"}), L"unexpected argument 6");
+}
+
 TEST(ArgumentsTest, OfEveryVerbMayStandBeforeIt)
 {
     const Arguments arguments = Parsed({L"--json", L"--product", L"b", L"answer", L"--reset"});
@@ -194,6 +210,10 @@ TEST(HelpTest, NamesEveryVerbOptionAndExitCode)
         {
             EXPECT_THAT(help, HasSubstr(L"\n  " + std::to_wstring(code) + L"  "));
         }
+    }
+    for (const ChangeRow& row : ChangeRows())
+    {
+        EXPECT_THAT(HelpText(Verb::Simulate), HasSubstr(row.name));
     }
     EXPECT_THAT(HelpText(Verb::Answer), HasSubstr(L"--json JSON"));
     EXPECT_THAT(HelpText(Verb::Answer), ::testing::Not(HasSubstr(L"output for programs")));
