@@ -174,3 +174,38 @@ def assert_reconnected(found: list[Entry]) -> None:
 
 def _attempt(*refusal: str) -> list[str]:
     return [*manager_end(0), *helper_trace("InitProduct"), *helper_trace("RegisterProcess", *refusal)]
+
+
+# What the frame's handlers write
+
+
+def session_change(state: int, *inside: str, session: int = 1) -> list[str]:
+    line = info(f"Session Changed... SessionState: {state}, SessionId: {session}", "")
+    return trace("CMainFrame::OnSessionChange", line, *inside)
+
+
+def lost_event(number: int, session: int) -> list[str]:
+    """An event without a client to send it."""
+    request = info(f'{{\n   "eventId" : {number},\n   "winSessionId" : {session}\n}}\n', "")
+    return [*trace("SendEventToEventCenter", request), error(f"Send event failed...EventId={number}", "")]
+
+
+def registration(*inside: str) -> list[str]:
+    return trace(
+        "RegisterRPC",
+        *helper_trace("CVzRpcClientHelper", *helper_trace("InitProduct")),
+        *helper_trace("RegisterProcess", *inside),
+    )
+
+
+def end_of_registration() -> list[str]:
+    client = helper_trace("~CVzRpcClientHelper", *manager_end(SUCCESS))
+    return trace("UnRegisterRPC", *helper_trace("UnregisterProcess"), *client)
+
+
+def power_event(kind: int, *inside: str) -> list[str]:
+    return [info(f"SERVICE_CONTROL_POWEREVENT triggered, EventType = {kind}", ""), *inside]
+
+
+def power_failure(status: int) -> str:
+    return error(f"Failed to handle power event. Error Code = 0x{status:08x}", "")

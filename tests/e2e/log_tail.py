@@ -67,5 +67,5 @@ class Watches:
                 self.reconnects += 1
 
     def is_set(self, registrations: int) -> bool:
-        """One for each registration has begun, and only the last one is there, waiting for the service's end."""
+        """One for each registration has begun, and only one is there, waiting for the service's end."""
         return self._begun == registrations and list(self._answered.values()) == [True]

@@ -1,5 +1,5 @@
-"""A registered agent whose frame is told, by window messages, what happens to the session, the network and the
-power, and what came of it."""
+"""A registered agent whose frame is told, by window messages, what happens to the session, the network and
+the power, and what came of it."""
 
 from __future__ import annotations
 

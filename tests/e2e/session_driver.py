@@ -1,4 +1,4 @@
-"""Takes an agent and its service through the steps of a sequence and reads what each of them leaves behind."""
+"""Takes an agent and its service through the steps of a sequence and reads what each of them leaves."""
 
 from __future__ import annotations
 

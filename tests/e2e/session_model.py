@@ -1,4 +1,4 @@
-"""What a sequence of changes is to make of an agent: told by the tables of session, network and power alone."""
+"""What a sequence of changes is to leave behind: told by the tables of session, network and power alone."""
 
 from __future__ import annotations
 
@@ -11,7 +11,7 @@ Event = dict[str, int]
 _CONNECTS = (1, 3, 8)
 _LEAVES = {2: 17, 4: 17, 6: 1, 7: 17}
 _NETWORK_EVENTS = {0x430: 23, 0x431: 23, 0x432: 24}
-_SETTING_EVENTS = {0: 2, 1: 3, 2: 4}  # source, battery, scheme; any other number is a setting that nobody knows
+_SETTING_EVENTS = {0: 2, 1: 3, 2: 4}  # source, battery, scheme; nobody knows any other
 _REPORTS = {1011: "Active Window Agent", 1100: "Input Info Agent"}
 RESUME = 7
 
@@ -21,7 +21,7 @@ LINK_FAILED = "<failed>"
 
 
 class Step(NamedTuple):
-    what: str  # "session", "network", "power", "setting", "command", "death", "birth"
+    what: str  # "session", "network", "power", "setting", "command"; the service's "death", "birth"
     values: tuple[int, ...] = ()
 
     def __str__(self) -> str:
@@ -154,7 +154,7 @@ _COMMANDS = (3000, 4711, *_REPORTS, *_REPORTS)
 
 
 def sequence(seed: int, number: int, death_rate: float) -> list[Step]:
-    """Three to ten changes, the same ones for the same numbers. In one of a few sequences the service dies, and
+    """Three to ten changes, the same ones for the same numbers. In a few sequences the service dies, and
     comes back some steps later."""
     random = Random(f"{seed}.{number}")
     steps = [_step(random) for _ in range(random.randint(3, 10))]
@@ -176,8 +176,8 @@ def _step(random: Random) -> Step:
 
 
 def way_to_rest(model: Model) -> list[Step]:
-    """The steps after which the agent is registered again. What it has seen and is to report stays as it is, if it
-    is registered already."""
+    """The steps after which the agent is registered again. What it has seen and is to report stays as it is,
+    if it is registered already."""
     steps: list[Step] = [] if model.service else [Step("birth")]
     if not (model.client and model.registered):
         steps += [Step("session", (7, 1)), Step("session", (8, 1))]

@@ -1,7 +1,7 @@
-"""Random sequences of session, network and power changes, commands and deaths of the service, against a model of
-what they are to leave behind.
+"""Random sequences of session, network and power changes, commands and deaths of the service, against a model
+of what they are to leave behind.
 
-The seed is QX_SESSION_SEED, or a new one. QX_SESSION_SEQUENCES, a number or "first-last", runs those alone."""
+The seed is QX_SESSION_SEED, or a new one. QX_SESSION_SEQUENCES, a number or first-last, runs those alone."""
 
 from __future__ import annotations
 
