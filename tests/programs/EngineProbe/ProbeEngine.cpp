@@ -74,14 +74,19 @@ QxCommon::JsonDb ProbeEngine::Answer(const wchar_t* operation)
     return answer;
 }
 
+void ProbeEngine::AwaitSignal() const
+{
+    while (!g_released && WaitForSingleObject(m_signalled, 10) == WAIT_TIMEOUT)
+    {
+    }
+}
+
 AgentStatus ProbeEngine::Perform()
 {
     Note(L"Perform");
     if (m_itemId == L"slow")
     {
-        while (!g_released && WaitForSingleObject(m_signalled, 10) == WAIT_TIMEOUT)
-        {
-        }
+        AwaitSignal();
     }
     return m_itemId == L"silent" ? Status::NotFound : 4711;
 }
@@ -132,6 +137,10 @@ void ProbeEngine::Reserved1()
 std::int32_t ProbeEngine::Initialize()
 {
     Note(L"Initialize");
+    if (m_itemId == L"late")
+    {
+        AwaitSignal();
+    }
     return m_itemId == L"refused" ? -1 : 1;
 }
 

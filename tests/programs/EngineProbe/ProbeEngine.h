@@ -13,6 +13,7 @@
 //     nowhere              answers with handles that stand on no node
 //     keeper               answers with what it was given last, by a handle of its own
 //     slow                 performs until it is signalled
+//     late                 takes as long to come up
 //     refused              does not come up
 //     throws <operation>   throws there what the session id names (Failure.h)
 class ProbeEngine : public ISpecialEngine
@@ -42,6 +43,7 @@ public:
 private:
     void Note(const std::wstring& operation, const std::wstring& arguments = {}) const;
     [[nodiscard]] QxCommon::JsonDb Answer(const wchar_t* operation);
+    void AwaitSignal() const;
 
     std::wstring m_itemId;
     std::wstring m_sessionId;

@@ -180,6 +180,20 @@ TEST_F(HostLifeTest, AnEngineThatWorksAtTheHostsEndKeepsItsLibraryUntilItsWorkIs
     EXPECT_EQ(GetModuleHandleW(L"Quenta.dll"), nullptr);
 }
 
+TEST_F(HostLifeTest, AnEngineThatComesUpAfterTheHostsEndIsEndedAtOnce)
+{
+    AgentStatus created = 0;
+    std::thread thread([&] { created = StatusOf(L"{\"action\":4097,\"itemId\":\"late\"}"); });
+    EXPECT_TRUE(TestSupport::WaitUntil([] { return Events().ends_with(L"Initialize();"); }));
+    SetEnvironmentVariableW(L"QX_ENGINE_RECORD", folder.Path(L"record.txt").c_str());
+    host.reset();
+    ReleaseSlowEngines();
+    thread.join();
+    SetEnvironmentVariableW(L"QX_ENGINE_RECORD", nullptr);
+    EXPECT_EQ(created, Status::NoEngineLibrary);
+    EXPECT_THAT(RecordLines(), ElementsAre("end()", "library freed"));
+}
+
 TEST_F(HostLifeTest, AProcessEndsItsEnginesBeforeTheirLibrary)
 {
     EXPECT_EQ(ExitCodeWith(L"plain \"throws end\" refused keeper"), 3U);
