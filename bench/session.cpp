@@ -153,9 +153,11 @@ bool Measure(HWND frame, HWND client)
     Action unlockBare{[client, &ofUnlock] { return TellBareClient(client, bareUnlock, ofUnlock); }, {}};
     Action lockBare{[client, &ofLock] { return TellBareClient(client, bareLock, ofLock); }, {}};
     Action notice{[=] { return Tell(frame, WM_NULL, 0); }, {}};
+    Action* const orders[][5] = {{&lock, &unlockBare, &unlock, &lockBare, &notice},
+                                 {&unlockBare, &lock, &lockBare, &unlock, &notice}};
     for (int round = 0; round < rounds; ++round)
     {
-        for (Action* const action : {&lock, &unlockBare, &unlock, &lockBare, &notice})
+        for (Action* const action : orders[round % 2])
         {
             if (!RunOnce(*action))
             {
