@@ -35,7 +35,8 @@ constexpr std::array<VerbRow, 7> verbRows = {{
      L"usual. Plug-in 0 with mail 0x2051 (mail), 0x2052 (register) or 0x2053 (unregister) stands\n"
      L"for that command of the link itself. Behind this verb --json takes the text of the reply;\n"
      L"the switch for programs stands before the verb.\n"},
-    {Verb::Simulate, L"simulate", L"simulate CHANGE [VALUE]", L"Tells the agent of a change of the session.",
+    {Verb::Simulate, L"simulate", L"simulate CHANGE [VALUE]",
+     L"Tells the agent of a change of session, network or power.",
      L"Sends the agent of this session what a change of session, network or power would send, and\n"
      L"waits until it has handled it. Windows of other sessions cannot be reached. Needs no service.\n"
      L"  lock, unlock, console-connect, console-disconnect, remote-connect, remote-disconnect,\n"
