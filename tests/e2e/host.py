@@ -105,11 +105,13 @@ class HostService:
         finished = self.qxctl("watch", "--all", "--everything", "--timeout", "0")
         return [json.loads(line) for line in finished.out.splitlines()]
 
+    def journal_file(self) -> Path:
+        drive = Path(self._product.desktop.environment["WINEPREFIX"], "drive_c")
+        return drive / "ProgramData/Norvane Soft/Host" / f"{PRODUCT_IDS[self._suffix]}.journal.jsonl"
+
     def records(self, process: int, *kinds: str) -> list[Json]:
         """What the journal's file holds of one client, all or those of some kinds."""
-        drive = Path(self._product.desktop.environment["WINEPREFIX"], "drive_c")
-        folder = drive / "ProgramData/Norvane Soft/Host"
-        text = (folder / f"{PRODUCT_IDS[self._suffix]}.journal.jsonl").read_text("utf-8")
+        text = self.journal_file().read_text("utf-8")
         all_records = [json.loads(line) for line in text.splitlines()]
         return [r for r in all_records if r["processId"] == process and (not kinds or r["kind"] in kinds)]
 

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import os
 import re
 from dataclasses import dataclass
 from pathlib import Path
@@ -17,27 +18,38 @@ class Line:
     source: str
 
 
+class Tail:
+    """What has come to a file since the last look, and to the ones that were full meanwhile."""
+
+    def __init__(self, folder: Path, pattern: str, end: bytes) -> None:
+        self._folder = folder
+        self._pattern = pattern
+        self._end = end
+        self._read: dict[int, int] = {}  # how much of each; a full one gets another name
+
+    def lines(self) -> list[str]:
+        files = sorted(self._folder.glob(self._pattern), key=lambda path: path.stat().st_mtime_ns)
+        return [line.decode("utf-8") for path in files for line in self._new_lines(path)]
+
+    def _new_lines(self, path: Path) -> list[bytes]:
+        with path.open("rb") as file:
+            number = os.fstat(file.fileno()).st_ino
+            start = self._read.get(number, 0)
+            file.seek(start)
+            text, end, _ = file.read().rpartition(self._end)
+        self._read[number] = start + len(text) + len(end)
+        return text.split(self._end) if text else []
+
+
 class LogTail:
     """What has come to the log of one process since the last look."""
 
     def __init__(self, folder: Path, process: int) -> None:
-        self._folder = folder
+        self._tail = Tail(folder, "*", b"\r\n")
         self._process = process
-        self._read: dict[int, int] = {}  # how much of each file; a full one gets another name
 
     def lines(self) -> list[Line]:
-        files = sorted(self._folder.glob("*"), key=lambda path: path.stat().st_mtime_ns)
-        found = [self._line(line) for path in files for line in self._new_text(path).split("\r\n")]
-        return [line for line in found if line]
-
-    def _new_text(self, path: Path) -> str:
-        with path.open("rb") as file:
-            number = path.stat().st_ino
-            start = self._read.get(number, 0)
-            file.seek(start)
-            text, end, _ = file.read().rpartition(b"\r\n")
-        self._read[number] = start + len(text) + len(end)
-        return text.decode("utf-8")
+        return [line for line in map(self._line, self._tail.lines()) if line]
 
     def _line(self, text: str) -> Line | None:
         match = _LINE.fullmatch(text)

@@ -9,13 +9,13 @@ from collections.abc import Callable
 from dataclasses import dataclass, field
 
 from desktop import Process, wait_until
-from log_tail import LogTail, Watches
 from link_log import SUCCESS
+from log_tail import LogTail, Tail, Watches
 from mail_driver import MailDriver
 from session import BATTERY, POWER_SOURCE, SCHEME, SETTING_CHANGE, Session, setting_bytes
 from session_model import LINK_FAILED, NO_CLIENT, Event, Model, Step
 
-_CONTROL, _STATUS, _SEND, _WATCH = 0x4E00FF, 1, 2, 3
+_CONTROL, _STATUS, _SEND = 0x4E00FF, 1, 2
 _STRANGE = uuid.UUID(int=POWER_SOURCE.int ^ 1)  # but for its last bit the first one
 _SETTINGS = (POWER_SOURCE, BATTERY, SCHEME, _STRANGE)
 _SOURCES = ("CallbackHelper", "MainFrm_MsgHelper", "MainFrm_Session", "PowerEventHandler")
@@ -42,12 +42,13 @@ class Driver:
         self._agent = session.process
         self._settings = [self._agent.place(setting_bytes(setting)) for setting in _SETTINGS]
         self._log = LogTail(session.product.log_folder, self._agent.number)
+        journal = session.host.journal_file()
+        self._journal = Tail(journal.parent, f"{journal.name}*", b"\n")
         self._watches = Watches()
         self._service = Process(self._agent.probe, session.host.process_id())
-        self._next = 0  # what to ask the service's journal for
         self._registrations = 0
         self._came = Outcome()
-        self._look(runs=True)
+        self._look()
 
     def run(self, step: Step, model: Model) -> Outcome:
         """Takes the step; the model, which has taken it, tells what has to be waited for."""
@@ -58,7 +59,7 @@ class Driver:
             self._begin_service(model.registered)
         else:
             self._change(step)
-        self._look(model.service)
+        self._look()
         return self._came
 
     def _change(self, step: Step) -> None:
@@ -90,8 +91,7 @@ class Driver:
             self._wait(lambda: self._watches.is_set(self._registrations), "the watch of the service")
         reconnects = self._watches.reconnects + watched
         self._service.terminate()
-        self._next = 0
-        self._wait(lambda: self._watches.reconnects == reconnects, "the end of the service, noticed", False)
+        self._wait(lambda: self._watches.reconnects == reconnects, "the end of the service, noticed")
 
     def _begin_service(self, registers: bool) -> None:
         program = f"{self._session.product.windows_root}\\win32\\QxSvcHost_M.exe"
@@ -102,28 +102,21 @@ class Driver:
 
     # What came
 
-    def _wait(self, condition: Callable[[], bool], what: str, runs: bool = True) -> None:
+    def _wait(self, condition: Callable[[], bool], what: str) -> None:
         def holds() -> bool:
-            self._look(runs)
+            self._look()
             return condition()
 
         wait_until(holds, what)
 
-    def _look(self, runs: bool) -> None:
-        if runs:
-            self._read_journal()
-        lines = self._log.lines()
-        self._watches.take(lines)
-        texts = [line.text for line in lines if line.source in _SOURCES]
-        self._came.lines += [_without_status(text) for text in texts if text.startswith(": ")]
-
-    def _read_journal(self) -> None:
-        _, _, reply = self._mails.mail(_CONTROL, _WATCH, {"after": self._next, "waitMs": 0, "max": 1000})
-        page = json.loads(reply)
-        self._next = page["next"]
-        for record in page["records"]:
+    def _look(self) -> None:
+        for record in map(json.loads, self._journal.lines()):
             kind = record["kind"]
             if record["processId"] == self._agent.number and kind not in ("mail", "command"):
                 self._registrations += kind == "register"
                 event = json.loads(record["request"]) if kind == "event" else {}
                 self._came.records.append((kind, event))
+        lines = self._log.lines()
+        self._watches.take(lines)
+        texts = [line.text for line in lines if line.source in _SOURCES]
+        self._came.lines += [_without_status(text) for text in texts if text.startswith(": ")]
