@@ -17,6 +17,7 @@ from desktop import Desktop, Process, Window, console_command_line, wait_until  
 from host import HostService, Json  # noqa: E402
 from narration import PICTURES, Camera, detail, expect, tell  # noqa: E402
 from product import Product  # noqa: E402
+from run_session import SessionPlay  # noqa: E402
 from run_tray import TrayPlay  # noqa: E402
 
 _STAGE = Path(os.environ.get("QX_STAGE", _ROOT / "out/stage"))
@@ -51,6 +52,8 @@ class Play:
         self._send_shell_command()
         self._close_start_menu()
         self._arm_reporters()
+        self._lock_and_unlock()
+        self._drive_engine()
         self._kill_service()
         self._end_all(watchdog)
 
@@ -70,6 +73,7 @@ class Play:
         self._show_consoles()
         self._show_status()
         self._wait_for_event(18)
+        self._wait_for_event(23)
         self._picture("console")
         return watchdog
 
@@ -126,8 +130,16 @@ class Play:
             (record,) = self._wait_for_records(lambda record, mail=mail: record.get("mailId") == mail, 1)
             detail(f"received: {json.dumps(record)}")
 
+    def _lock_and_unlock(self) -> None:
+        tell("7. The session is locked and unlocked: the agent drops its link and its reports, and comes back.")
+        self._session_play().leave_and_return()
+
+    def _drive_engine(self) -> None:
+        tell("8. The service has an engine of Quenta.dll created, performed, queried and ended: command 2000.")
+        self._session_play().drive_engine()
+
     def _kill_service(self) -> None:
-        tell("7. The service is killed. The watchdog starts it again, and the agent comes back by itself.")
+        tell("9. The service is killed. The watchdog starts it again, and the agent comes back by itself.")
         agent = self._client()["processId"]
         killed = self._host.kill()
         detail(f"killed: process {killed}")
@@ -141,7 +153,7 @@ class Play:
         self._picture("after-the-service-died")
 
     def _end_all(self, watchdog: Process) -> None:
-        tell('8. The exit event, "Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXITMelvio", ends all of it.')
+        tell('10. The exit event, "Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXITMelvio", ends all of it.')
         self._host.qxctl("exit")
         wait_until(self._product.has_ended, "the end of the agent")
         detail("its window, its mutex and its event are gone; the consoles are left to the user")
@@ -162,6 +174,9 @@ class Play:
         reply = self._host.send(command)
         detail(f"  reply: {json.dumps(reply)}")
         expect(int(reply["retCode"]) >= 0, "the command succeeds")
+
+    def _session_play(self) -> SessionPlay:
+        return SessionPlay(self._host, self._client()["processId"])
 
     def _clients(self) -> list[Json]:
         return self._host.status().get("clients", [])
@@ -242,8 +257,8 @@ def main() -> int:
     camera = Camera(desktop)
     try:
         Play(product, HostService(product), camera).run()
-        show_tray(product, camera, 9, "en-us", "en_US.UTF-8")
-        show_tray(product, camera, 10, "ja-jp", "ja_JP.UTF-8")
+        show_tray(product, camera, 11, "en-us", "en_US.UTF-8")
+        show_tray(product, camera, 12, "ja-jp", "ja_JP.UTF-8")
     except Exception as failure:  # whatever it is, the picture and the log tell more
         desktop.screenshot(PICTURES / "failure.png")
         detail("all that the log says:")
@@ -254,8 +269,8 @@ def main() -> int:
         product.end()
         desktop.close()
     tell(
-        "The main job works: service and agent up, commands run, a dead service survived, the tray and its\n"
-        "menu used in two languages. Pictures: out/run/"
+        "The main job works: service and agent up, commands run, a session left and met again, an engine driven,\n"
+        "a dead service survived, the tray and its menu used in two languages. Pictures: out/run/"
     )
     return 0
 

@@ -6,7 +6,7 @@ from desktop import WM_CLOSE, Process, Window, console_command_line, wait_until
 from host import HostService
 from narration import Camera, detail, expect
 from product import Product
-from tray import ASIDE, Tray
+from tray import BESIDE, Tray
 from tray_data import read_texts
 
 _SPLASH = "NorvaneSoftMelvio uiDeskTray.exe splash"
@@ -29,7 +29,7 @@ class TrayPlay:
         self._texts = {name: text.replace("&", "") for name, text in texts.items()}
 
     def run(self) -> None:
-        self._desktop.move_pointer(*ASIDE)
+        self._desktop.move_pointer(*BESIDE)
         self._host.start()
         agent = self._show_splash()
         self._show_tooltip()
@@ -57,7 +57,7 @@ class TrayPlay:
         self._tray.hover()
         wait_until(lambda: any(w.visible for w in self._desktop.windows("tooltips_class32")), "the tooltip")
         self._picture("tooltip")
-        self._desktop.move_pointer(*ASIDE)
+        self._desktop.move_pointer(*BESIDE)
 
     def _show_menu(self) -> None:
         menu = self._tray.open_menu()
@@ -68,7 +68,7 @@ class TrayPlay:
         menu.click(self._texts["show"])
         self._tray.wait_for_menu(2)
         self._picture("menu")
-        self._desktop.click(*ASIDE)
+        self._desktop.click(*BESIDE)
         self._tray.wait_until_closed()
 
     def _open_console_from_menu(self) -> None:
