@@ -1,8 +1,9 @@
 // What it takes the agent to leave the service's link at a lock and to come back at an unlock, beside the
 // bare sum of the requests in them: a client in a process of its own sends the same ones to the same service,
-// one behind the other. The agent is measured from outside: from the notice of the session's change until it
-// has been dealt with. By then a lock has ended the link, and an unlock has registered the agent and has had
-// the answer to event 16. All take turns, each behind the same pause; the median counts.
+// one behind the other. Both are told by a window message and measured from outside, until it has been dealt
+// with. By then a lock has ended the link, and an unlock has registered the agent and has had the answer to
+// event 16. The client measures its requests from inside as well. All take turns, each behind the same pause;
+// the median counts.
 //
 //     bench_session_M.exe        all of it; the client is this program again
 //     bench_session_M.exe bare   the client
