@@ -84,6 +84,20 @@ bool WaitFor(SC_HANDLE service, DWORD state, SERVICE_STATUS& status)
     return false;
 }
 
+// 0, or the error that the service manager gave. It starts one service at a time, of whatever program.
+DWORD Start(SC_HANDLE service)
+{
+    for (DWORD waited = 0;; waited += roundMs)
+    {
+        const DWORD error = StartServiceW(service, 0, nullptr) ? 0 : GetLastError();
+        if (error != ERROR_SERVICE_DATABASE_LOCKED || waited >= patienceMs)
+        {
+            return error;
+        }
+        Sleep(roundMs);
+    }
+}
+
 ExitCode SayWhyItStopped(const SERVICE_STATUS& status)
 {
     if (status.dwWin32ExitCode == ERROR_SERVICE_SPECIFIC_ERROR &&
@@ -145,9 +159,9 @@ ExitCode StartInstalledService()
     {
         return SayError(L"The service cannot be started", opened.error);
     }
-    if (!StartServiceW(opened.service.Get(), 0, nullptr))
+    if (const DWORD error = Start(opened.service.Get()); error != 0)
     {
-        return SayError(L"The service cannot be started", GetLastError());
+        return SayError(L"The service cannot be started", error);
     }
     SERVICE_STATUS status{};
     if (!WaitFor(opened.service.Get(), SERVICE_RUNNING, status))
