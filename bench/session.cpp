@@ -23,10 +23,10 @@
 
 namespace
 {
-constexpr int rounds = 200;
+constexpr int rounds = 100;
 
 // Milliseconds: the service and the threads of both clients are at rest then.
-constexpr DWORD pause = 25;
+constexpr DWORD pause = 20;
 
 std::wstring SessionEvent(int eventId)
 {
