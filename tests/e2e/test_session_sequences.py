@@ -54,31 +54,28 @@ def differences(expected: Expected, came: Outcome) -> list[str]:
     return [f"{name}: expected {a}, came {b}" for name, (a, b) in pairs.items() if a != b]
 
 
-def take(driver: Driver, model: Model, steps: list[Step]) -> None:
+def take(driver: Driver, model: Model, number: int, steps: list[Step]) -> None:
+    """Takes the steps of a sequence, or some before or behind it."""
     for index, step in enumerate(steps):
         expected = model.after(step)
-        wrong = differences(expected, driver.run(step, model))
+        try:
+            wrong = differences(expected, driver.run(step, model))
+        except Exception as problem:
+            wrong = [repr(problem)]
         if wrong:
-            before = [f"   {i + 1:2} {step}" for i, step in enumerate(steps[: index + 1])]
-            raise AssertionError("\n".join(["after the last of", *before, *wrong]))
-
-
-def take_sequence(driver: Driver, model: Model, number: int) -> None:
-    way = way_to_rest(model)
-    try:
-        take(driver, model, [*way, *sequence(SEED, number, DEATH_RATE)])
-    except Exception as problem:
-        raise AssertionError(
-            f"sequence {number} of seed {SEED}, which {len(way)} steps go before\n{problem}\n"
-            f"Again, alone: QX_SESSION_SEED={SEED} QX_SESSION_SEQUENCES={number}\n"
-            f"or with some before it: QX_SESSION_SEQUENCES={max(number - 5, 0)}-{number}"
-        ) from None
+            taken = [f"   {i + 1:2} {step}" for i, step in enumerate(steps[: index + 1])]
+            again = [
+                f"Again, alone: QX_SESSION_SEED={SEED} QX_SESSION_SEQUENCES={number}",
+                f"or with some before it: QX_SESSION_SEQUENCES={max(number - 5, 0)}-{number}",
+            ]
+            head = f"sequence {number} of seed {SEED}, after the last of"
+            raise AssertionError("\n".join([head, *taken, *wrong, *again]))
 
 
 def take_sequences(driver: Driver, model: Model, numbers: range) -> None:
     for number in numbers:
-        take_sequence(driver, model, number)
-    take(driver, model, way_to_rest(model))
+        take(driver, model, number, [*way_to_rest(model), *sequence(SEED, number, DEATH_RATE)])
+    take(driver, model, numbers[-1], way_to_rest(model))
 
 
 def model_before(number: int) -> Model:
@@ -105,5 +102,6 @@ def test_what_a_random_sequence_leaves_is_what_the_model_says(
 def test_some_sequences_again(driven: tuple[Driver, Model]) -> None:
     assert ONLY is not None
     first, _, last = ONLY.partition("-")
-    take(*driven, way_from_start(model_before(int(first))))
-    take_sequences(*driven, range(int(first), int(last or first) + 1))
+    numbers = range(int(first), int(last or first) + 1)
+    take(*driven, numbers[0], way_from_start(model_before(numbers[0])))
+    take_sequences(*driven, numbers)
