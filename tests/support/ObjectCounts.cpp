@@ -7,66 +7,34 @@
 
 #include <tlhelp32.h>
 
-#include <vector>
-
 namespace TestSupport
 {
 
 namespace
 {
 
-// The system's list of all handles, in its 64-bit form.
-struct SystemHandle
+std::size_t CountHandlesOneByOne()
 {
-    void* object;
-    ULONG_PTR processId;
-    ULONG_PTR handle;
-    ULONG access;
-    USHORT creator;
-    USHORT type;
-    ULONG attributes;
-    ULONG reserved;
-};
-
-struct SystemHandleList
-{
-    ULONG_PTR count;
-    ULONG_PTR reserved;
-    SystemHandle handles[1];
-};
-
-constexpr ULONG systemExtendedHandleInformation = 64; // beyond what the header's own type can hold
-constexpr NTSTATUS lengthMismatch = static_cast<NTSTATUS>(0xC0000004);
-
-std::size_t CountListedHandles()
-{
-    using Query = NTSTATUS(WINAPI*)(ULONG, void*, ULONG, ULONG*);
-    static const auto query = reinterpret_cast<Query>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
-
-    std::vector<ULONG_PTR> buffer(1 << 14);
-    NTSTATUS status = lengthMismatch;
-    while (status == lengthMismatch)
+    constexpr unsigned widestGap = 1024; // a number that was freed is the first to be given out again
+    std::size_t count = 0;
+    unsigned gap = 0;
+    for (ULONG_PTR handle = 4; gap < widestGap; handle += 4)
     {
-        buffer.resize(buffer.size() * 2);
-        status = query(systemExtendedHandleInformation, buffer.data(),
-                       static_cast<ULONG>(buffer.size() * sizeof(ULONG_PTR)), nullptr);
+        DWORD flags = 0;
+        const bool isOpen = GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) != FALSE;
+        count += isOpen ? 1U : 0U;
+        gap = isOpen ? 0 : gap + 1;
     }
-    const auto* list = reinterpret_cast<const SystemHandleList*>(buffer.data());
-    std::size_t own = 0;
-    for (ULONG_PTR i = 0; status == 0 && i < list->count; ++i)
-    {
-        own += list->handles[i].processId == GetCurrentProcessId() ? 1U : 0U;
-    }
-    return own;
+    return count;
 }
 
-// Some systems answer these two counts with 0; then the objects are looked for one by one.
+// Some systems answer this count with 0; then the handles are tried one by one. Not by the system's list of
+// all handles: it makes Wine's server fail when a process is just starting or ending.
 std::size_t CountHandles()
 {
     DWORD count = 0;
     GetProcessHandleCount(GetCurrentProcess(), &count);
-    return count != 0 ? count : CountListedHandles();
+    return count != 0 ? count : CountHandlesOneByOne();
 }
 
 // One entry of the table of GDI objects that every process has mapped.
@@ -158,6 +126,17 @@ std::size_t CountUser()
     return used;
 }
 
+std::string Describe(const char* what, std::size_t before, std::size_t after)
+{
+    if (after <= before)
+    {
+        return {};
+    }
+    return std::string(what) + ": " + std::to_string(before) + " -> " + std::to_string(after) + "; ";
+}
+
+} // namespace
+
 std::size_t CountThreads()
 {
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
@@ -171,17 +150,6 @@ std::size_t CountThreads()
     CloseHandle(snapshot);
     return own;
 }
-
-std::string Describe(const char* what, std::size_t before, std::size_t after)
-{
-    if (after <= before)
-    {
-        return {};
-    }
-    return std::string(what) + ": " + std::to_string(before) + " -> " + std::to_string(after) + "; ";
-}
-
-} // namespace
 
 ObjectCounts CountObjects()
 {

@@ -21,6 +21,9 @@ struct ObjectCounts
 
 [[nodiscard]] ObjectCounts CountObjects();
 
+// The threads of this process alone, which are counted far faster.
+[[nodiscard]] std::size_t CountThreads();
+
 // What there is more of, in words; empty if nothing.
 [[nodiscard]] std::string DescribeGrowth(const ObjectCounts& before, const ObjectCounts& after);
 

@@ -8,46 +8,24 @@
 
 namespace
 {
-// The system's list of all handles, in its 64-bit form.
-struct SystemHandle
+// By trying the numbers one by one. The system's list of all handles makes Wine's server fail when a process
+// is just starting or ending.
+std::size_t CountHandles(HANDLE process)
 {
-    void* object;
-    ULONG_PTR process;
-    ULONG_PTR handle;
-    ULONG access;
-    USHORT creator;
-    USHORT type;
-    ULONG attributes;
-    ULONG reserved;
-};
-
-struct SystemHandleList
-{
-    ULONG_PTR count;
-    ULONG_PTR reserved;
-    SystemHandle handles[1];
-};
-
-std::size_t CountHandles(DWORD process)
-{
-    constexpr ULONG extendedHandles = 64; // beyond what the header's own type can hold
-    constexpr auto lengthMismatch = static_cast<NTSTATUS>(0xC0000004);
-    using Query = NTSTATUS(WINAPI*)(ULONG, void*, ULONG, ULONG*);
-    const auto query = reinterpret_cast<Query>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
-    std::vector<ULONG_PTR> buffer(1 << 14);
-    NTSTATUS status = lengthMismatch;
-    while (status == lengthMismatch)
-    {
-        buffer.resize(buffer.size() * 2);
-        status = query(extendedHandles, buffer.data(), static_cast<ULONG>(buffer.size() * sizeof(buffer[0])),
-                       nullptr);
-    }
-    const auto* list = reinterpret_cast<const SystemHandleList*>(buffer.data());
+    constexpr unsigned widestGap = 1024; // a number that was freed is the first to be given out again
     std::size_t count = 0;
-    for (ULONG_PTR i = 0; status == 0 && i < list->count; ++i)
+    unsigned gap = 0;
+    for (ULONG_PTR handle = 4; gap < widestGap; handle += 4)
     {
-        count += list->handles[i].process == process ? 1U : 0U;
+        HANDLE copy = nullptr;
+        const bool isOpen = DuplicateHandle(process, reinterpret_cast<HANDLE>(handle), GetCurrentProcess(),
+                                            &copy, 0, FALSE, DUPLICATE_SAME_ACCESS) != FALSE;
+        count += isOpen ? 1U : 0U;
+        gap = isOpen ? 0 : gap + 1;
+        if (copy != nullptr)
+        {
+            CloseHandle(copy);
+        }
     }
     return count;
 }
@@ -153,12 +131,13 @@ std::size_t CountThreads(DWORD process)
 ProcessCounts CountObjectsOf(DWORD process)
 {
     ProcessCounts counts;
-    counts.handles = CountHandles(process);
     counts.windows = CountWindows(process);
     counts.threads = CountThreads(process);
-    HANDLE opened = OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, process);
+    HANDLE opened =
+        OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ | PROCESS_DUP_HANDLE, FALSE, process);
     if (opened != nullptr)
     {
+        counts.handles = CountHandles(opened);
         counts.gdi = CountGdi(opened);
         counts.memory = CountMemory(opened);
         CloseHandle(opened);

@@ -32,8 +32,8 @@ std::size_t LinkTest::Count(const std::wstring& statement) const
 
 bool LinkTest::NobodyWatches()
 {
-    static const std::size_t threads = TestSupport::CountObjects().threads;
-    return TestSupport::CountObjects().threads <= threads;
+    static const std::size_t threads = TestSupport::CountThreads();
+    return TestSupport::CountThreads() <= threads;
 }
 
 long long LinkTest::BlocksLeftBy(const std::function<void()>& operation)
