@@ -4,7 +4,7 @@
 Arguments: the build folder, then the files (all product sources when there are none).
 
 Most of the work on a file goes into the headers that it includes, so files that are built alike are checked
-together, as one source that includes them. Where a batch has a finding, or does not compile because two of its
+together, as one source. Where a batch has a finding, or does not compile because two of its
 files use one name, each of its files is checked by itself, and that answer counts.
 """
 import concurrent.futures
@@ -71,19 +71,25 @@ def batches(files, options):
             yield group, members[first:first + BATCH]
 
 
-def tidy(source, options, checks="", extra=()):
+def tidy(source, options, checks=""):
     result = subprocess.run(["clang-tidy", "--quiet", f"--config-file={ROOT / '.clang-tidy'}", f"--checks={checks}",
-                             str(source), "--", *options, *extra], capture_output=True, text=True, cwd=ROOT)
+                             str(source), "--", *options], capture_output=True, text=True, cwd=ROOT)
     return result.returncode == 0, result.stdout
 
 
+def includes_twice(file):
+    lines = [line for line in file.read_text().splitlines() if line.startswith("#include")]
+    return len(lines) != len(set(lines))
+
+
 def is_clean_together(files, options):
+    # One behind the other, not by #include: the analyzer follows the paths of the main file alone.
+    folders = [f"-iquote{folder}" for folder in sorted({file.parent for file in files})]
     with tempfile.TemporaryDirectory() as folder:
         source = pathlib.Path(folder) / "batch.cpp"
-        source.write_text("".join(f'#include "{file}"\n' for file in files))
-        # Without the option the analyzer would follow the paths of the batch's own lines alone.
-        clean, _ = tidy(source, options, "-bugprone-suspicious-include", ["-Xclang", "-analyzer-opt-analyze-headers"])
-        return clean
+        source.write_text("".join(file.read_text() for file in files))
+        clean, _ = tidy(source, [*folders, *options], "-readability-duplicate-include")
+        return clean and not any(includes_twice(file) for file in files)
 
 
 def findings(batch, target):
