@@ -1,5 +1,9 @@
 #include "RunningAgent.h"
 
+#include <algorithm>
+#include <vector>
+
+#include "AgentWindow.h"
 #include "ControlMails.h"
 #include "ControlRequest.h"
 #include "QxCommon_JsonDb.h"
@@ -10,30 +14,13 @@ constexpr ULONGLONG limit = 30000; // milliseconds
 constexpr std::chrono::seconds mailLimit(30);
 constexpr int mailsOfStart = 3; // its start, the network, the handle of the service's process
 
-struct Search
-{
-    DWORD processId;
-    HWND frame;
-};
-
-BOOL CALLBACK TakeFrame(HWND window, LPARAM parameter)
-{
-    auto* const search = reinterpret_cast<Search*>(parameter);
-    DWORD processId = 0;
-    GetWindowThreadProcessId(window, &processId);
-    if (processId == search->processId && GetPropW(window, L"Norvane Soft Melvio SessionAgent") != nullptr)
-    {
-        search->frame = window;
-        return FALSE;
-    }
-    return TRUE;
-}
-
 HWND FrameOf(DWORD processId)
 {
-    Search search{processId, nullptr};
-    EnumWindows(&TakeFrame, reinterpret_cast<LPARAM>(&search));
-    return search.frame;
+    const std::vector<AgentWindow> windows = FindAgentWindows();
+    const auto own =
+        std::find_if(windows.begin(), windows.end(),
+                     [processId](const AgentWindow& window) { return window.processId == processId; });
+    return own != windows.end() ? own->window : nullptr;
 }
 } // namespace
 

@@ -26,7 +26,7 @@ HRESULT Answer(const std::string& operation)
     return operation == record.failing ? record.failure : S_OK;
 }
 
-// What COM needs of an object; counts the living ones.
+// What COM needs of an object without a dispatcher; counts the living ones.
 template <typename Interface, const IID& iid>
 class Counted : public Interface
 {
@@ -60,6 +60,17 @@ public:
             delete this;
         }
         return left;
+    }
+
+    HRESULT WINAPI GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+
+    HRESULT WINAPI GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+
+    HRESULT WINAPI GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+
+    HRESULT WINAPI Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override
+    {
+        return E_NOTIMPL;
     }
 
 private:
@@ -98,17 +109,6 @@ public:
     {
         m_record.perUser = perUser;
         return Answer("put_PerUser");
-    }
-
-    HRESULT WINAPI GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-
-    HRESULT WINAPI GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-
-    HRESULT WINAPI GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-
-    HRESULT WINAPI Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override
-    {
-        return E_NOTIMPL;
     }
 
     HRESULT WINAPI get_SubscriptionID(BSTR*) override { return E_NOTIMPL; }
@@ -197,17 +197,6 @@ public:
         TheEvents().removed.emplace_back(criteria, SysStringLen(criteria));
         *errorIndex = 7;
         return Answer("Remove");
-    }
-
-    HRESULT WINAPI GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-
-    HRESULT WINAPI GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-
-    HRESULT WINAPI GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
-
-    HRESULT WINAPI Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override
-    {
-        return E_NOTIMPL;
     }
 
     HRESULT WINAPI Query(BSTR, BSTR, int*, IUnknown**) override { return E_NOTIMPL; }
