@@ -132,6 +132,21 @@ std::string GrowthAtOnce(const std::function<void()>& operation)
 
 } // namespace
 
+TEST(GrowthOfTest, WhatIsMadeOnceIsNoGrowthHoweverLate)
+{
+    int calls = 0;
+    EXPECT_EQ(GrowthAtOnce(
+                  [&calls]
+                  {
+                      if (++calls == 5)
+                      {
+                          static_cast<void>(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+                      }
+                  }),
+              "");
+    EXPECT_GT(calls, 5);
+}
+
 TEST(GrowthOfTest, NamesEachKindOfObject)
 {
     using testing::HasSubstr;
