@@ -1,0 +1,200 @@
+#include <gmock/gmock.h>
+
+#include <windows.h>
+
+#include <filesystem>
+#include <optional>
+
+#include "DumpFile.h"
+#include "TempDir.h"
+#include "TestProgram.h"
+#include "UniqueName.h"
+#include "VzComn_Handle.h"
+
+// Programs that really crash (tests/programs/Crashing), each with a watchdog's event to signal.
+namespace
+{
+constexpr DWORD gccException = 0x20474343;
+constexpr DWORD aborted = 0x40000015;
+
+struct Crash
+{
+    const char* title;
+    const wchar_t* place;
+    const wchar_t* death;
+    DWORD code; // in the dump
+};
+
+void PrintTo(const Crash& crash, std::ostream* stream)
+{
+    *stream << crash.title;
+}
+
+class CrashProcess : public ::testing::Test
+{
+protected:
+    CrashProcess() { std::filesystem::create_directories(folder.Path(L"Norvane Soft\\Melvio")); }
+
+    // To its end, which comes within the time that the handler allows.
+    DWORD Run(const std::wstring& place, const std::wstring& death, const std::wstring& more = L"")
+    {
+        std::wstring command = L"\"" + TestSupport::TestProgram(L"Crashing", L"Crashing_M.exe") + L"\" \"" +
+                               folder.Path() + L"\" " + eventName + L" " + place + L" " + death + L" " + more;
+        STARTUPINFOW startup{};
+        startup.cb = sizeof(startup);
+        PROCESS_INFORMATION process{};
+        EXPECT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                                   &startup, &process));
+        const VzCommon::KernelHandle thread(process.hThread);
+        const VzCommon::KernelHandle handle(process.hProcess);
+        constexpr DWORD allowed = 75000;
+        DWORD code = STILL_ACTIVE;
+        if (WaitForSingleObject(process.hProcess, allowed) != WAIT_OBJECT_0)
+        {
+            TerminateProcess(process.hProcess, code);
+            ADD_FAILURE() << "the program does not end";
+        }
+        GetExitCodeProcess(process.hProcess, &code);
+        return code;
+    }
+
+    [[nodiscard]] bool IsWatchdogTold() const { return WaitForSingleObject(event.Get(), 0) == WAIT_OBJECT_0; }
+
+    [[nodiscard]] std::vector<std::wstring> Dumps() const
+    {
+        std::vector<std::wstring> paths;
+        for (const auto& entry :
+             std::filesystem::directory_iterator(folder.Path(L"Norvane Soft\\Melvio\\dump")))
+        {
+            paths.push_back(entry.path().wstring());
+        }
+        return paths;
+    }
+
+    // The one dump of a crash that went the whole way.
+    void ExpectDump(DWORD exceptionCode)
+    {
+        EXPECT_TRUE(IsWatchdogTold());
+        const std::vector<std::wstring> paths = Dumps();
+        ASSERT_EQ(paths.size(), 1U);
+        const DumpFile dump(paths[0]);
+        EXPECT_TRUE(dump.isWhole);
+        EXPECT_EQ(dump.exceptionCode, exceptionCode);
+    }
+
+    TestSupport::TempDir folder;
+    std::wstring eventName = TestSupport::UniqueName(L"Restart");
+    VzCommon::KernelHandle event{CreateEventW(nullptr, TRUE, FALSE, eventName.c_str())};
+};
+
+class CrashProcessTest : public CrashProcess, public ::testing::WithParamInterface<Crash>
+{
+};
+} // namespace
+
+TEST_P(CrashProcessTest, LeavesADumpAndTellsTheWatchdog)
+{
+    const Crash& crash = GetParam();
+    EXPECT_EQ(Run(crash.place, crash.death), 1U);
+    ExpectDump(crash.code);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, CrashProcessTest,
+    ::testing::Values(
+        Crash{"Read", L"main", L"read", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"Write", L"main", L"write", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"Execute", L"main", L"execute", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"Divide", L"main", L"divide", EXCEPTION_INT_DIVIDE_BY_ZERO},
+        Crash{"Overflow", L"main", L"overflow", EXCEPTION_STACK_OVERFLOW},
+        Crash{"Illegal", L"main", L"illegal", EXCEPTION_ILLEGAL_INSTRUCTION},
+        Crash{"Privileged", L"main", L"privileged", EXCEPTION_PRIV_INSTRUCTION},
+        Crash{"Breakpoint", L"main", L"breakpoint", EXCEPTION_BREAKPOINT},
+        Crash{"Misaligned", L"main", L"misaligned", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"RaisedMisalignment", L"main", L"raise-misaligned", EXCEPTION_DATATYPE_MISALIGNMENT},
+        Crash{"RaisedBounds", L"main", L"raise-bounds", EXCEPTION_ARRAY_BOUNDS_EXCEEDED},
+        Crash{"RaisedOverflow", L"main", L"raise-overflow", EXCEPTION_INT_OVERFLOW},
+        Crash{"RaisedHandle", L"main", L"raise-handle", EXCEPTION_INVALID_HANDLE},
+        Crash{"HeapCorruption", L"main", L"raise-heap", 0xC0000374},
+        Crash{"OwnCode", L"main", L"raise-own", 0xE0000042}, Crash{"Throw", L"main", L"throw", gccException},
+        Crash{"ThrowPointer", L"main", L"throw-pointer", gccException},
+        Crash{"ThrowThroughNoexcept", L"main", L"throw-noexcept", gccException},
+        Crash{"Rethrow", L"main", L"rethrow", gccException},
+        Crash{"Terminate", L"main", L"terminate", gccException}, Crash{"Abort", L"main", L"abort", aborted},
+        Crash{"RaisedAbort", L"main", L"raise-abort", aborted},
+        Crash{"PureCall", L"main", L"pure-call", gccException},
+        Crash{"OutOfRange", L"main", L"assertion", gccException},
+        Crash{"SmashedStack", L"main", L"smash", EXCEPTION_ILLEGAL_INSTRUCTION}),
+    [](const auto& info) { return info.param.title; });
+
+INSTANTIATE_TEST_SUITE_P(
+    Places, CrashProcessTest,
+    ::testing::Values(Crash{"ThreadWrite", L"thread", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"ThreadOverflow", L"thread", L"overflow", EXCEPTION_STACK_OVERFLOW},
+                      Crash{"SmallThreadOverflow", L"small-thread", L"overflow", EXCEPTION_STACK_OVERFLOW},
+                      Crash{"ThreadThrow", L"thread", L"throw", gccException},
+                      Crash{"RuntimeThreadWrite", L"runtime-thread", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"RuntimeThreadDivide", L"runtime-thread", L"divide",
+                            EXCEPTION_INT_DIVIDE_BY_ZERO},
+                      Crash{"RuntimeThreadThrow", L"runtime-thread", L"throw", gccException},
+                      Crash{"RuntimeThreadAbort", L"runtime-thread", L"abort", aborted},
+                      Crash{"StandardThreadThrow", L"standard-thread", L"throw", gccException},
+                      Crash{"StandardThreadWrite", L"standard-thread", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"PoolWrite", L"pool", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"PoolThrow", L"pool", L"throw", gccException},
+                      Crash{"WindowWrite", L"window", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"WindowThrow", L"window", L"throw", gccException},
+                      Crash{"ManyWrite", L"many-threads", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"ManyThrow", L"many-threads", L"throw", gccException},
+                      Crash{"ManyAbort", L"many-threads", L"abort", aborted},
+                      Crash{"LogWrite", L"log", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"LogThrow", L"log", L"throw", gccException},
+                      Crash{"HeldLogWrite", L"held-log", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"MainEndsWrite", L"main-ends", L"write", EXCEPTION_ACCESS_VIOLATION}),
+    [](const auto& info) { return info.param.title; });
+
+TEST_F(CrashProcess, AFullDumpHoldsTheMemory)
+{
+    EXPECT_EQ(Run(L"main", L"write", L"full"), 1U);
+    ExpectDump(EXCEPTION_ACCESS_VIOLATION);
+    const DumpFile dump(Dumps().at(0));
+    EXPECT_TRUE(dump.hasFullMemory);
+}
+
+TEST_F(CrashProcess, ACrashOfTheDumpWriterIsNoEndOfTheHandling)
+{
+    EXPECT_EQ(Run(L"dump-writer", L"write"), 1U);
+    EXPECT_TRUE(IsWatchdogTold());
+}
+
+TEST_F(CrashProcess, AnAbortOfTheDumpWriterIsNoEndOfTheHandling)
+{
+    EXPECT_EQ(Run(L"dump-writer", L"abort"), 1U);
+    EXPECT_TRUE(IsWatchdogTold());
+}
+
+TEST_F(CrashProcess, AHandlingThatHangsIsEndedAfterAMinute)
+{
+    EXPECT_EQ(Run(L"hanging-log", L"write"), 1U);
+    EXPECT_TRUE(IsWatchdogTold());
+}
+
+TEST_F(CrashProcess, ACrashBehindTheShutdownTellsTheWatchdog)
+{
+    EXPECT_EQ(Run(L"after-uninit", L"write"), 1U);
+    EXPECT_TRUE(IsWatchdogTold());
+    EXPECT_TRUE(Dumps().empty());
+}
+
+TEST_F(CrashProcess, ACrashOfAStaticsEndLeavesADump)
+{
+    EXPECT_EQ(Run(L"statics", L"write"), 1U);
+    ExpectDump(EXCEPTION_ACCESS_VIOLATION);
+}
+
+TEST_F(CrashProcess, WithoutAWatchdogTheProgramEndsAllTheSame)
+{
+    event.Reset();
+    EXPECT_EQ(Run(L"main", L"write"), 1U);
+    EXPECT_EQ(Dumps().size(), 1U);
+}
