@@ -5,6 +5,8 @@
 #include "VzComn_LogLine.h"
 #include "VzComn_String.h"
 
+#include <windows.h>
+
 #include <cwchar>
 #include <memory>
 
@@ -35,6 +37,25 @@ bool Guarded(Operation operation) noexcept
     return false;
 }
 
+// Set when the process is dying, and when a turn was given up: the next ones are not waited for at all.
+constinit std::atomic<bool> s_waitsEnded{false};
+constinit std::atomic<bool> s_turnGivenUp{false};
+
+bool WaitForTurn(Synchronize::CriticalSection& lock)
+{
+    constexpr int rounds = 200; // of ten milliseconds
+    for (int round = 0; round < rounds && !s_turnGivenUp; ++round)
+    {
+        if (lock.TryLock())
+        {
+            return true;
+        }
+        Sleep(10);
+    }
+    s_turnGivenUp = true;
+    return lock.TryLock();
+}
+
 // Empty if the format is refused: the line is written all the same.
 std::wstring FormatMessageText(const wchar_t* format, va_list arguments)
 {
@@ -59,11 +80,63 @@ std::wstring FormatMessageText(const wchar_t* format, va_list arguments)
 
 } // namespace
 
+// Holds callLock for one call of the log writer, if the turn came.
+class DebugLog::CallTurn
+{
+public:
+    explicit CallTurn(DebugLog& usedLog) : log(usedLog), held(Take()), before(held ? Caller() : 0)
+    {
+        if (held)
+        {
+            SetCaller(GetCurrentThreadId());
+        }
+    }
+
+    ~CallTurn()
+    {
+        if (held)
+        {
+            SetCaller(before);
+            log.callLock.Unlock();
+        }
+    }
+
+    CallTurn(const CallTurn&) = delete;
+    CallTurn& operator=(const CallTurn&) = delete;
+
+    explicit operator bool() const { return held; }
+
+private:
+    bool Take()
+    {
+        if (s_waitsEnded)
+        {
+            return Caller() != GetCurrentThreadId() && WaitForTurn(log.callLock);
+        }
+        log.callLock.Lock();
+        return true;
+    }
+
+    // No order is needed: a thread asks for its own number only.
+    [[nodiscard]] std::uint32_t Caller() const { return log.caller.load(std::memory_order_relaxed); }
+
+    void SetCaller(std::uint32_t thread) { log.caller.store(thread, std::memory_order_relaxed); }
+
+    DebugLog& log;
+    bool held;
+    std::uint32_t before; // the thread itself, within another call of its own
+};
+
+void DebugLog::EndWaits() noexcept
+{
+    s_waitsEnded = true;
+}
+
 bool DebugLog::Initialize(const std::wstring& name, const Storage::Key& key,
                           const std::wstring& libraryFolder) noexcept
 {
-    const SingleLock call(&callLock);
-    return Guarded([&] { return Start(name, key, libraryFolder); });
+    const CallTurn turn(*this);
+    return turn && Guarded([&] { return Start(name, key, libraryFolder); });
 }
 
 bool DebugLog::Start(const std::wstring& name, const Storage::Key& key, const std::wstring& libraryFolder)
@@ -123,8 +196,8 @@ bool DebugLog::Uninitialize() noexcept
     {
         return false;
     }
-    const SingleLock call(&log->callLock);
-    return Guarded([log] { return log->Stop(); });
+    const CallTurn turn(*log);
+    return turn && Guarded([log] { return log->Stop(); });
 }
 
 bool DebugLog::Stop()
@@ -198,8 +271,8 @@ bool DebugLog::TraceV(const char* file, std::uint32_t line, std::uint32_t level,
 
 bool DebugLog::Write(const SYSTEMTIME& time, const std::wstring& text)
 {
-    const SingleLock call(&callLock);
-    return library.CanTrace() && library.Trace(handle, time, text.c_str()) == ERROR_SUCCESS;
+    const CallTurn turn(*this);
+    return turn && library.CanTrace() && library.Trace(handle, time, text.c_str()) == ERROR_SUCCESS;
 }
 
 } // namespace VzCommon

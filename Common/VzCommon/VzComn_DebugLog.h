@@ -4,6 +4,7 @@
 #include "VzComn_Synchronize.h"
 #include "VzComn_VzDbg.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdint>
 #include <string>
@@ -37,6 +38,10 @@ public:
     // stand.
     static bool Uninitialize() noexcept;
 
+    // For all logs: a call of the log writer is given up if its turn does not come soon, and if it comes from
+    // within another one.
+    static void EndWaits() noexcept;
+
     // Whether the configuration lets lines of that level pass. The forced level always does.
     [[nodiscard]] bool IsEnabledFor(std::uint32_t level) noexcept;
 
@@ -49,6 +54,8 @@ public:
                 va_list arguments) noexcept;
 
 private:
+    class CallTurn;
+
     bool Start(const std::wstring& name, const Storage::Key& key, const std::wstring& libraryFolder);
     bool LoadLibraryFrom(const std::wstring& folder);
     bool OpenLog(const VzDbgConfig& config);
@@ -68,6 +75,7 @@ private:
     Library::VzDbg library;
     void* handle = nullptr; // of the log writer
     Synchronize::CriticalSection callLock;
+    std::atomic<std::uint32_t> caller{0}; // the thread that holds callLock, 0 for none
 };
 
 } // namespace VzCommon

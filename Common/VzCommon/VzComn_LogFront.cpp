@@ -134,6 +134,11 @@ void ShutdownDebugLog() noexcept
     }
 }
 
+void EndLogWaits() noexcept
+{
+    DebugLog::EndWaits();
+}
+
 bool IsLogEnabledFor(std::uint32_t level) noexcept
 {
     const LogUse log;

@@ -56,6 +56,10 @@ void InitDebugLog(const std::wstring& name) noexcept;
 // their lines from then on.
 void ShutdownDebugLog() noexcept;
 
+// From now on a line is lost if its turn does not come soon, and if it is written from within the log writer:
+// the process is dying, and whoever holds a log may be dead already. For all logs. Any thread.
+void EndLogWaits() noexcept;
+
 // For arguments that are costly to make. False without a log.
 [[nodiscard]] bool IsLogEnabledFor(std::uint32_t level) noexcept;
 

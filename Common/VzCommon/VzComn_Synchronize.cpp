@@ -67,6 +67,11 @@ void CriticalSection::Unlock()
     LeaveCriticalSection(&section);
 }
 
+bool CriticalSection::TryLock()
+{
+    return TryEnterCriticalSection(&section) != FALSE;
+}
+
 bool Mutex::CreateLocal(const std::wstring& name, bool mustBeNew, bool initialOwner, std::uint32_t* error)
 {
     if (handle)

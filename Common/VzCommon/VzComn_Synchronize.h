@@ -32,6 +32,9 @@ public:
     void Lock() override;
     void Unlock() override;
 
+    // Does not wait. False while another thread holds the lock.
+    [[nodiscard]] bool TryLock();
+
 private:
     CRITICAL_SECTION section{};
 };

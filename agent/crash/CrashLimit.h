@@ -1,0 +1,14 @@
+#pragma once
+
+// Bounds the time that the handling of a crash takes: it needs the log, the heap and the loader, and whoever
+// holds one of them may never let go. A thread of its own waits for a crash, and ends the process, with the
+// signals that the handling owes, when it is not through after a minute. The writing of the dump has ten.
+
+// Starts that thread, once. Called on the main thread.
+void StartCrashLimit();
+
+// Called by each thread that crashes, before anything else.
+void BeginCrashLimit();
+
+// Tells whether the dump is being written now. Called by the thread that owns the crash.
+void AllowTimeForDump(bool isWriting);

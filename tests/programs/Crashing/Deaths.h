@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+// Ways to die, by their names. The ones that end the process at once do so on the calling thread.
+
+// Whether there is such a way.
+[[nodiscard]] bool IsDeath(const std::wstring& name);
+
+void DieOf(const std::wstring& name);
