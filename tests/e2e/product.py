@@ -12,6 +12,9 @@ from desktop import Desktop, Process, Window, console_command_line, wait_until, 
 # A library without exports, to stand where it does not belong.
 PLANTED = Path(os.environ.get("QX_PLANTED", "planted.dll"))
 
+# What the installer makes for each product below the common application data: the crash handler wants it.
+_DATA_FOLDERS = [f"Norvane Soft/{product_id}" for product_id in ("Oravex", "Melvio", "Brisketta")]
+
 # Level bits of the log: information, warnings and traces, errors, debug lines.
 LOG_EVERYTHING = 0x1111
 
@@ -67,11 +70,22 @@ class Product:
         self.log_folder = log_folder
         # The other programs have one of their own, so that it does not stand between the agent's lines.
         self.win32_log_folder = log_folder.with_name(f"{log_folder.name}-win32")
+        for folder in _DATA_FOLDERS:
+            (self.data / folder).mkdir(parents=True, exist_ok=True)
 
     def move(self, folder: Path) -> None:
         """Puts the tree under another name."""
         self.root = self.root.rename(folder)
         self.windows_root = windows_path(folder)
+
+    @property
+    def data(self) -> Path:
+        """The common application data."""
+        return Path(self.desktop.environment["WINEPREFIX"], "drive_c/ProgramData")
+
+    def dumps(self, product_id: str = "Melvio") -> list[Path]:
+        """The dumps of the product, in the order of their names."""
+        return sorted((self.data / "Norvane Soft" / product_id / "dump").glob("*.dmp"))
 
     # Data files
 
