@@ -13,7 +13,7 @@ add_compile_definitions(UNICODE _UNICODE STRICT NOMINMAX WIN32_LEAN_AND_MEAN
 # The resource compiler understands none of these.
 set(_options
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wimplicit-fallthrough -Wformat=2 -Werror
-  # Log lines carry source names and must not carry the builder's folders.
+  # Log lines and debug information carry source names and must not carry the builder's folders.
   "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/="
   -fstack-protector-strong)
 add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:${_options}>"
@@ -21,10 +21,10 @@ add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:${_options}>"
 
 # The C++ runtime is linked in, so that the staged tree needs no library beyond its own. The stack
 # protector's own part has to be named at the link as well. Sections at whole pages of the file are mapped on
-# every system, and so shared, not read into memory of the process.
+# every system, and so shared, not read into memory of the process. What keeps its symbols is stripped after the link.
 add_link_options(-static -fstack-protector-strong -Wl,--file-alignment=4096
                  -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va
-                 $<$<CONFIG:Release>:-s>)
+                 $<$<AND:$<CONFIG:Release>,$<NOT:$<BOOL:$<TARGET_PROPERTY:QX_SYMBOLS>>>>:-s>)
 
 if(QX_CHECKED)
   add_compile_definitions(_GLIBCXX_ASSERTIONS)

@@ -3,15 +3,18 @@ set(QX_STAGE "${CMAKE_SOURCE_DIR}/out/stage" CACHE PATH "Where the runnable prod
 add_custom_target(stage)
 
 # qx_stage_program(TARGET FOLDER NAME...)
-# Stages the program once under each file name: the file name tells a program which product it is.
+# Stages the program once under each file name: the file name tells a program which product it is. Its debug
+# information goes beside the staged tree.
 function(qx_stage_program target folder)
+  qx_split_symbols(${target})
   set(commands)
   foreach(name IN LISTS ARGN)
     list(APPEND commands COMMAND ${CMAKE_COMMAND} -E copy_if_different
          $<TARGET_FILE:${target}> ${QX_STAGE}/${folder}/${name})
   endforeach()
   add_custom_target(stage_${target}
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${QX_STAGE}/${folder} ${commands}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${QX_STAGE}/${folder} ${QX_STAGE_SYMBOLS} ${commands}
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:${target}>.debug ${QX_STAGE_SYMBOLS}
     DEPENDS ${target} COMMENT "Staging ${ARGN}" VERBATIM)
   add_dependencies(stage stage_${target})
 endfunction()
