@@ -11,7 +11,7 @@ g++ clang libclang-rt-dev clang-format clang-tidy
 dpkg-dev libssl-dev
 wine wine64 fonts-wine xvfb x11-utils xdotool imagemagick fonts-liberation fonts-dejavu-core fonts-droid-fallback
 librsvg2-bin icoutils openssl
-python3 python3-pytest python3-cryptography-vectors python3-jsonschema python3-lxml
+python3 python3-lldb python3-pytest python3-cryptography-vectors python3-jsonschema python3-lxml
 '
 
 installed()

@@ -1,0 +1,278 @@
+#!/usr/bin/env python3
+"""Tells a person what a dump of a crashed program holds: the exception, the thread, the modules, and the stack by the
+names of functions and the lines of the sources.
+
+LLDB reads the dump. It gets the programs of the staged tree, and the debug information that the build keeps beside it;
+a file of another build than the one that crashed is not used, for its names would be wrong.
+"""
+
+from __future__ import annotations
+
+import argparse
+import re
+import struct
+import sys
+import zlib
+from dataclasses import dataclass
+from pathlib import Path
+from typing import Any
+
+_ROOT = Path(__file__).resolve().parents[1]
+_MOST_FRAMES = 64
+_HEADER_SIZE = 0x1000
+
+_EXCEPTIONS = {
+    0x80000003: "breakpoint",
+    0xC0000005: "access violation",
+    0xC0000006: "in-page error",
+    0xC000001D: "illegal instruction",
+    0xC0000025: "noncontinuable exception",
+    0xC0000094: "integer division by zero",
+    0xC0000095: "integer overflow",
+    0xC00000FD: "stack overflow",
+    0xC0000374: "heap corruption",
+    0xC0000409: "fail fast",
+}
+
+
+def _load_lldb() -> Any:
+    """Some versions of the package put the module out of Python's own path."""
+    folders = sorted(Path("/usr/lib").glob("llvm-*/lib/python3*/*-packages"), reverse=True)
+    sys.path.extend(str(folder) for folder in folders if (folder / "lldb").is_dir())
+    import lldb
+
+    return lldb
+
+
+lldb = _load_lldb()
+
+
+class UnreadableDump(Exception):
+    """The file is no dump, or nothing that the reader understands."""
+
+
+@dataclass(frozen=True)
+class Image:
+    """What of a program's headers tells one build from another."""
+
+    timestamp: int
+    checksum: int
+    code_size: int
+
+    @staticmethod
+    def of(header: bytes) -> Image | None:
+        if len(header) < 0x40 or header[:2] != b"MZ":
+            return None
+        (start,) = struct.unpack_from("<I", header, 0x3C)
+        if start + 0x5C > len(header) or header[start : start + 4] != b"PE\0\0":
+            return None
+        (timestamp,) = struct.unpack_from("<I", header, start + 0x08)
+        (code_size,) = struct.unpack_from("<I", header, start + 0x1C)
+        (checksum,) = struct.unpack_from("<I", header, start + 0x58)
+        return Image(timestamp, checksum, code_size)
+
+
+class Files:
+    """The programs of some folders by name, and the debug information beside those folders."""
+
+    def __init__(self, folders: list[Path]) -> None:
+        self._programs: dict[str, list[Path]] = {}
+        self._debug_folders = [folder.with_name(folder.name + ".debug") for folder in folders]
+        for file in (file for folder in folders for file in sorted(folder.rglob("*"))):
+            if file.suffix.lower() in (".exe", ".dll"):
+                self._programs.setdefault(file.name.lower(), []).append(file)
+
+    def programs(self, name: str) -> list[Path]:
+        return self._programs.get(name.lower(), [])
+
+    def debug_file(self, program: Path, link: bytes) -> Path | None:
+        """The file that the program's link names, if it is there and of the same build."""
+        name = link.split(b"\0", 1)[0]
+        (checksum,) = struct.unpack_from("<I", link, (len(name) + 4) & ~3)
+        for folder in (program.parent, *self._debug_folders):
+            file = folder / name.decode()
+            if file.is_file() and zlib.crc32(file.read_bytes()) == checksum:
+                return file
+        return None
+
+
+class Dump:
+    """A dump as LLDB sees it, with a folder of the files that it may use."""
+
+    def __init__(self, debugger: Any, file: Path) -> None:
+        self.target = debugger.CreateTarget("")
+        error = lldb.SBError()
+        self.process = self.target.LoadCore(str(file), error)
+        if error.Fail() or not self.process.IsValid():
+            raise UnreadableDump(f"{file} is not read: {error.GetCString() or 'no dump'}")
+
+    def close(self, debugger: Any) -> None:
+        debugger.DeleteTarget(self.target)
+
+    def modules(self) -> list[Any]:
+        return sorted(self.target.module_iter(), key=self.base)
+
+    def base(self, module: Any) -> int:
+        return module.GetObjectFileHeaderAddress().GetLoadAddress(self.target)
+
+    def image(self, module: Any) -> Image | None:
+        """As it was in the memory of the program; small dumps do not hold that."""
+        error = lldb.SBError()
+        header = self.process.ReadMemory(self.base(module), _HEADER_SIZE, error)
+        return Image.of(header) if error.Success() and header else None
+
+
+@dataclass
+class Symbols:
+    """What is used for one module, or why nothing is."""
+
+    program: Path | None = None
+    debug_file: Path | None = None
+    remark: str = ""
+
+
+def choose_program(image: Image | None, candidates: list[Path]) -> Symbols:
+    if not candidates:
+        return Symbols()
+    if image is None:
+        return Symbols(candidates[0], remark="taken by its name alone: the dump does not tell the build")
+    for file in candidates:
+        with file.open("rb") as program:
+            if Image.of(program.read(_HEADER_SIZE)) == image:
+                return Symbols(file)
+    return Symbols(remark="not used: the file here is of another build")
+
+
+def debug_link(debugger: Any, program: Path) -> bytes:
+    target = debugger.CreateTarget("")
+    try:
+        module = target.AddModule(str(program), None, None)
+        section = module.FindSection(".gnu_debuglink")
+        if not section.IsValid():
+            return b""
+        error = lldb.SBError()
+        return section.GetSectionData().ReadRawData(error, 0, section.GetFileByteSize()) or b""
+    finally:
+        debugger.DeleteTarget(target)
+
+
+def choose_symbols(debugger: Any, dump: Dump, files: Files) -> dict[str, Symbols]:
+    chosen = {}
+    for module in dump.modules():
+        name = module.GetFileSpec().GetFilename()
+        symbols = choose_program(dump.image(module), files.programs(name))
+        link = debug_link(debugger, symbols.program) if symbols.program else b""
+        if symbols.program and link:
+            symbols.debug_file = files.debug_file(symbols.program, link)
+            if symbols.debug_file is None:
+                symbols.remark = symbols.remark or "its debug information is not here, or of another build"
+        chosen[name] = symbols
+    return chosen
+
+
+def use_symbols(dump: Dump, chosen: dict[str, Symbols]) -> None:
+    """Puts the programs in the place of the modules of which the dump knows no more than where they were."""
+    for module in dump.modules():
+        symbols = chosen[module.GetFileSpec().GetFilename()]
+        if symbols.program is None:
+            continue
+        base = dump.base(module)
+        wanted = lldb.SBModuleSpec()
+        wanted.SetFileSpec(lldb.SBFileSpec(str(symbols.program)))
+        if symbols.debug_file is not None:
+            wanted.SetSymbolFileSpec(lldb.SBFileSpec(str(symbols.debug_file)))
+        dump.target.RemoveModule(module)
+        program = dump.target.AddModule(wanted)
+        dump.target.SetModuleLoadAddress(program, base - program.GetObjectFileHeaderAddress().GetFileAddress())
+
+
+def exception_of(thread: Any) -> tuple[int, int] | None:
+    """Code and address, if the thread is the one that crashed."""
+    found = re.fullmatch(r"Exception (0x[\da-f]+) encountered at address (0x[\da-f]+)", thread.GetStopDescription(200))
+    return (int(found[1], 16), int(found[2], 16)) if found else None
+
+
+def place_of(frame: Any) -> str:
+    """As "agent/start/StartMode.cpp:12"."""
+    line = frame.GetLineEntry()
+    if not line.IsValid() or not line.GetLine():
+        return ""
+    file = line.GetFileSpec()
+    return f"{file.GetDirectory() or ''}/{file.GetFilename()}:{line.GetLine()}".lstrip("/")
+
+
+def frame_line(frame: Any) -> str:
+    module = frame.GetModule().GetFileSpec().GetFilename() or "?"
+    name = frame.GetFunctionName() or "?"
+    inlined = " [inlined]" if frame.IsInlined() else ""
+    return f"  {frame.GetFrameID():3}  {frame.GetPC():#018x}  {module}  {name}{inlined}  {place_of(frame)}".rstrip()
+
+
+def show_stack(thread: Any) -> None:
+    count = thread.GetNumFrames()
+    for index in range(min(count, _MOST_FRAMES)):
+        print(frame_line(thread.GetFrameAtIndex(index)))
+    if count > _MOST_FRAMES:
+        print(f"  and {count - _MOST_FRAMES} more")
+
+
+def show_exception(dump: Dump) -> Any:
+    """The thread that crashed."""
+    for thread in dump.process:
+        exception = exception_of(thread)
+        if exception is not None:
+            code, address = exception
+            print(f"exception  {code:#010x} {_EXCEPTIONS.get(code, '')}".rstrip() + f" at {address:#018x}")
+            print(f"thread     {thread.GetThreadID()} ({thread.GetThreadID():#x}) of {dump.process.GetNumThreads()}")
+            return thread
+    print("exception  none: the program did not crash")
+    return None
+
+
+def show_modules(dump: Dump, chosen: dict[str, Symbols]) -> None:
+    print("\nmodules")
+    for module in dump.modules():
+        name = module.GetFileSpec().GetFilename()
+        symbols = chosen[name]
+        remarks = [symbols.remark] if symbols.remark else []
+        if symbols.debug_file is not None:
+            remarks.insert(0, f"symbols of {symbols.debug_file.name}")
+        print(f"  {dump.base(module):#018x}  {name}  {'; '.join(remarks)}".rstrip())
+
+
+def show(dump: Dump, chosen: dict[str, Symbols], all_threads: bool) -> None:
+    crashed = show_exception(dump)
+    show_modules(dump, chosen)
+    if crashed is not None:
+        print("\nstack of the thread that crashed")
+        show_stack(crashed)
+    for thread in dump.process if all_threads else []:
+        if crashed is None or thread.GetThreadID() != crashed.GetThreadID():
+            print(f"\nstack of thread {thread.GetThreadID()} ({thread.GetThreadID():#x})")
+            show_stack(thread)
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(prog="./qx symbols", description="Tells what a dump of a crashed program holds.")
+    parser.add_argument("dump", type=Path, metavar="FILE.dmp")
+    parser.add_argument("--programs", type=Path, action="append", metavar="FOLDER",
+                        help="where the programs are (out/stage); their debug information is there, or in FOLDER.debug")
+    parser.add_argument("--all", action="store_true", help="the stacks of all threads")
+    arguments = parser.parse_args()
+
+    wine = list(Path("/usr/lib").glob("*/wine/x86_64-windows"))
+    files = Files([folder.resolve() for folder in arguments.programs or [_ROOT / "out/stage"]] + wine)
+    debugger = lldb.SBDebugger.Create()
+    try:
+        dump = Dump(debugger, arguments.dump)
+        chosen = choose_symbols(debugger, dump, files)
+        use_symbols(dump, chosen)
+        show(dump, chosen, arguments.all)
+    except UnreadableDump as problem:
+        print(f"qx: {problem}", file=sys.stderr)
+        return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
