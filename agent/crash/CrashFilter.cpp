@@ -6,6 +6,7 @@
 
 #include "CrashDump.h"
 #include "CrashLimit.h"
+#include "CrashRoutes.h"
 #include "CrashState.h"
 #include "DbghelpTable.h"
 #include "FaultInfo.h"
@@ -208,6 +209,7 @@ void InstallCrashFilter()
     {
         s_pfnCrashHandler = &CrashFilter;
         s_pfnPreviousFilter = SetUnhandledExceptionFilter(&TopLevelFilter);
+        RouteCrashes();
     }
 }
 

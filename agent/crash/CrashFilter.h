@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-// Makes the filter the one that the system calls for an unhandled exception of any thread. Once; does nothing
-// after that. Called on the main thread.
+// Makes the filter the one that the system calls for an unhandled exception of any thread, and that all other
+// deaths of the program come to. Once; does nothing after that. Called on the main thread.
 void InstallCrashFilter();
 
 // Does not return while another thread handles a crash: the end of the process is that thread's, with all

@@ -9,7 +9,6 @@
 
 #include "CrashFilter.h"
 #include "CrashLimit.h"
-#include "CrashRoutes.h"
 #include "CrashState.h"
 #include "DbghelpTable.h"
 #include "DumpRetention.h"
@@ -88,7 +87,6 @@ void Arm()
     ReserveStack();
     StartCrashLimit();
     InstallCrashFilter();
-    RouteCrashes();
     s_bDumpOnInvalidParameter = false;
     LoadDbghelpTable();
     LoadPsapiTable();

@@ -245,8 +245,13 @@ namespace
 HANDLE g_awaited = nullptr;
 DWORD g_patience = 0;
 
+// Of the threads that wait for the owner.
 DWORD WINAPI RecordWait(HANDLE handle, DWORD milliseconds)
 {
+    if (handle != s_hCrashDoneEvent.Get())
+    {
+        return WaitForSingleObjectEx(handle, milliseconds, FALSE);
+    }
     g_awaited = handle;
     g_patience = milliseconds;
     return WAIT_TIMEOUT;

@@ -148,7 +148,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Crash{"ManyThrow", L"many-threads", L"throw", gccException},
                       Crash{"ManyAbort", L"many-threads", L"abort", aborted},
                       Crash{"LogWrite", L"log", L"write", EXCEPTION_ACCESS_VIOLATION},
-                      Crash{"LogThrow", L"log", L"throw", gccException},
+                      Crash{"LogAbort", L"log", L"abort", aborted},
                       Crash{"HeldLogWrite", L"held-log", L"write", EXCEPTION_ACCESS_VIOLATION},
                       Crash{"MainEndsWrite", L"main-ends", L"write", EXCEPTION_ACCESS_VIOLATION}),
     [](const auto& info) { return info.param.title; });
