@@ -9,6 +9,8 @@ a file of another build than the one that crashed is not used, for its names wou
 from __future__ import annotations
 
 import argparse
+import importlib.machinery
+import importlib.util
 import re
 import struct
 import sys
@@ -36,9 +38,19 @@ _EXCEPTIONS = {
 
 
 def _load_lldb() -> Any:
-    """Some versions of the package put the module out of Python's own path."""
-    folders = sorted(Path("/usr/lib").glob("llvm-*/lib/python3*/*-packages"), reverse=True)
-    sys.path.extend(str(folder) for folder in folders if (folder / "lldb").is_dir())
+    """Debian's package puts the module out of Python's own path, and its link to the library leads nowhere."""
+    for folder in sorted(Path("/usr/lib").glob("llvm-*"), reverse=True):
+        packages = next(folder.glob("lib/python3*/*-packages/lldb/__init__.py"), None)
+        library = next(folder.glob("lib/liblldb.so*"), None)
+        if packages is None or library is None:
+            continue
+        name = "lldb._lldb"
+        spec = importlib.util.spec_from_file_location(
+            name, library, loader=importlib.machinery.ExtensionFileLoader(name, str(library))
+        )
+        sys.modules[name] = importlib.util.module_from_spec(spec)  # type: ignore[arg-type]
+        sys.path.insert(0, str(packages.parents[1]))
+        break
     import lldb
 
     return lldb

@@ -30,12 +30,12 @@ LONG WINAPI WriteDump(EXCEPTION_POINTERS* pointers)
     *where = 1;
 }
 
-[[gnu::noinline]] int DivideBy(volatile int divisor)
+[[gnu::noinline]] int DivideBy(int divisor)
 {
     return 1000 / divisor;
 }
 
-[[gnu::noinline]] int Recurse(volatile int depth)
+[[gnu::noinline]] int Recurse(int depth)
 {
     volatile char used[4096];
     used[0] = static_cast<char>(depth);
