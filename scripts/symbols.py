@@ -13,6 +13,7 @@ import importlib.machinery
 import importlib.util
 import re
 import struct
+import subprocess
 import sys
 import zlib
 from dataclasses import dataclass
@@ -162,8 +163,9 @@ def debug_link(debugger: Any, program: Path) -> bytes:
         section = module.FindSection(".gnu_debuglink")
         if not section.IsValid():
             return b""
-        error = lldb.SBError()
-        return section.GetSectionData().ReadRawData(error, 0, section.GetFileByteSize()) or b""
+        with program.open("rb") as content:
+            content.seek(section.GetFileOffset())
+            return content.read(section.GetFileByteSize())
     finally:
         debugger.DeleteTarget(target)
 
@@ -191,8 +193,6 @@ def use_symbols(dump: Dump, chosen: dict[str, Symbols]) -> None:
         base = dump.base(module)
         wanted = lldb.SBModuleSpec()
         wanted.SetFileSpec(lldb.SBFileSpec(str(symbols.program)))
-        if symbols.debug_file is not None:
-            wanted.SetSymbolFileSpec(lldb.SBFileSpec(str(symbols.debug_file)))
         dump.target.RemoveModule(module)
         program = dump.target.AddModule(wanted)
         dump.target.SetModuleLoadAddress(program, base - program.GetObjectFileHeaderAddress().GetFileAddress())
@@ -204,26 +204,43 @@ def exception_of(thread: Any) -> tuple[int, int] | None:
     return (int(found[1], 16), int(found[2], 16)) if found else None
 
 
-def place_of(frame: Any) -> str:
-    """As "agent/start/StartMode.cpp:12"."""
-    line = frame.GetLineEntry()
-    if not line.IsValid() or not line.GetLine():
+def names_of(frame: Any, debug_file: Path) -> list[tuple[str, str]]:
+    """Function and line, innermost first: more than one where functions were inlined. LLDB's knowledge of the debug
+    information in such files is incomplete, so the tool of the tool chain gives the names."""
+    address = frame.GetPCAddress().GetFileAddress()
+    # A caller is at the instruction behind its call, which may be another line's or even another function's.
+    address -= 1 if frame.GetFrameID() > 0 else 0
+    done = subprocess.run(["x86_64-w64-mingw32-addr2line", "-f", "-i", "-C", "-e", debug_file, hex(address)],
+                          capture_output=True, text=True, check=True)
+    lines = done.stdout.splitlines()
+    return list(zip(lines[::2], map(place_in_sources, lines[1::2]), strict=True))
+
+
+def place_in_sources(place: str) -> str:
+    """Paths are relative to where the compiler ran; what lies in the sources is told from their root."""
+    place = place.split(" (discriminator")[0]
+    if place.startswith("??"):
         return ""
-    file = line.GetFileSpec()
-    return f"{file.GetDirectory() or ''}/{file.GetFilename()}:{line.GetLine()}".lstrip("/")
+    parts = Path(place.rsplit(":", 1)[0]).parts
+    for start in range(len(parts)):
+        if (_ROOT / Path(*parts[start:])).is_file() and parts[start] != "/":
+            return "/".join(parts[start:]) + ":" + place.rsplit(":", 1)[1]
+    return place
 
 
-def frame_line(frame: Any) -> str:
+def show_frame(frame: Any, chosen: dict[str, Symbols]) -> None:
     module = frame.GetModule().GetFileSpec().GetFilename() or "?"
-    name = frame.GetFunctionName() or "?"
-    inlined = " [inlined]" if frame.IsInlined() else ""
-    return f"  {frame.GetFrameID():3}  {frame.GetPC():#018x}  {module}  {name}{inlined}  {place_of(frame)}".rstrip()
+    debug_file = chosen.get(module, Symbols()).debug_file
+    names = names_of(frame, debug_file) if debug_file else [(frame.GetFunctionName() or "?", "")]
+    for index, (function, place) in enumerate(names):
+        inlined = " [inlined]" if index + 1 < len(names) else ""
+        print(f"  {frame.GetFrameID():3}  {frame.GetPC():#018x}  {module}  {function}{inlined}  {place}".rstrip())
 
 
-def show_stack(thread: Any) -> None:
+def show_stack(thread: Any, chosen: dict[str, Symbols]) -> None:
     count = thread.GetNumFrames()
     for index in range(min(count, _MOST_FRAMES)):
-        print(frame_line(thread.GetFrameAtIndex(index)))
+        show_frame(thread.GetFrameAtIndex(index), chosen)
     if count > _MOST_FRAMES:
         print(f"  and {count - _MOST_FRAMES} more")
 
@@ -257,11 +274,11 @@ def show(dump: Dump, chosen: dict[str, Symbols], all_threads: bool) -> None:
     show_modules(dump, chosen)
     if crashed is not None:
         print("\nstack of the thread that crashed")
-        show_stack(crashed)
+        show_stack(crashed, chosen)
     for thread in dump.process if all_threads else []:
         if crashed is None or thread.GetThreadID() != crashed.GetThreadID():
             print(f"\nstack of thread {thread.GetThreadID()} ({thread.GetThreadID():#x})")
-            show_stack(thread)
+            show_stack(thread, chosen)
 
 
 def main() -> int:
