@@ -180,14 +180,14 @@ def choose_symbols(debugger: Any, dump: Dump, files: Files) -> dict[str, Symbols
             symbols.debug_file = files.debug_file(symbols.program, link)
             if symbols.debug_file is None:
                 symbols.remark = symbols.remark or "its debug information is not here, or of another build"
-        chosen[name] = symbols
+        chosen[name.lower()] = symbols
     return chosen
 
 
 def use_symbols(dump: Dump, chosen: dict[str, Symbols]) -> None:
     """Puts the programs in the place of the modules of which the dump knows no more than where they were."""
     for module in dump.modules():
-        symbols = chosen[module.GetFileSpec().GetFilename()]
+        symbols = chosen[module.GetFileSpec().GetFilename().lower()]
         if symbols.program is None:
             continue
         base = dump.base(module)
@@ -230,7 +230,7 @@ def place_in_sources(place: str) -> str:
 
 def show_frame(frame: Any, chosen: dict[str, Symbols]) -> None:
     module = frame.GetModule().GetFileSpec().GetFilename() or "?"
-    debug_file = chosen.get(module, Symbols()).debug_file
+    debug_file = chosen.get(module.lower(), Symbols()).debug_file
     names = names_of(frame, debug_file) if debug_file else [(frame.GetFunctionName() or "?", "")]
     for index, (function, place) in enumerate(names):
         inlined = " [inlined]" if index + 1 < len(names) else ""
@@ -262,7 +262,7 @@ def show_modules(dump: Dump, chosen: dict[str, Symbols]) -> None:
     print("\nmodules")
     for module in dump.modules():
         name = module.GetFileSpec().GetFilename()
-        symbols = chosen[name]
+        symbols = chosen[name.lower()]
         remarks = [symbols.remark] if symbols.remark else []
         if symbols.debug_file is not None:
             remarks.insert(0, f"symbols of {symbols.debug_file.name}")

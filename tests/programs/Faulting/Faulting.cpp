@@ -1,5 +1,5 @@
-// Faults in the way that its first argument names, and leaves a dump in the file of the second: with all of its
-// memory, or without it for a third argument "small". What it prints is what the dump has to tell.
+// Faults in the way that its first argument names, and leaves a dump in the file of the second: with all of
+// its memory, or without it for a third argument "small". What it prints is what the dump has to tell.
 #include <windows.h>
 
 #include <dbghelp.h>
@@ -16,8 +16,8 @@ MINIDUMP_TYPE g_dumpType = MiniDumpWithFullMemory;
 LONG WINAPI WriteDump(EXCEPTION_POINTERS* pointers)
 {
     MINIDUMP_EXCEPTION_INFORMATION exception{GetCurrentThreadId(), pointers, FALSE};
-    const HANDLE file =
-        CreateFileW(g_dumpFile.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE file = CreateFileW(g_dumpFile.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
     const BOOL isWritten = MiniDumpWriteDump(GetCurrentProcess(), GetCurrentProcessId(), file, g_dumpType,
                                              &exception, nullptr, nullptr);
     CloseHandle(file);
@@ -33,13 +33,6 @@ LONG WINAPI WriteDump(EXCEPTION_POINTERS* pointers)
 [[gnu::noinline]] int DivideBy(int divisor)
 {
     return 1000 / divisor;
-}
-
-[[gnu::noinline]] int Recurse(int depth)
-{
-    volatile char used[4096];
-    used[0] = static_cast<char>(depth);
-    return Recurse(depth + 1) + used[0];
 }
 
 [[gnu::noinline]] void RaiseOwnCode()
@@ -59,10 +52,6 @@ LONG WINAPI WriteDump(EXCEPTION_POINTERS* pointers)
     else if (kind == L"divide")
     {
         DivideBy(0);
-    }
-    else if (kind == L"overflow")
-    {
-        Recurse(0);
     }
     else
     {
