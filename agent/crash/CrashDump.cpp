@@ -5,6 +5,7 @@
 #include <ctime>
 #include <cwchar>
 
+#include "CrashLimit.h"
 #include "CrashState.h"
 #include "DbghelpTable.h"
 #include "FrwkMode.h"
@@ -35,9 +36,12 @@ bool WriteTo(HANDLE file, HANDLE process, DWORD processId, EXCEPTION_POINTERS* p
     }
     MINIDUMP_EXCEPTION_INFORMATION exception{s_crashThreadId, pExceptionPointers, TRUE};
     const MINIDUMP_TYPE type = s_bFullDump ? MiniDumpWithFullMemory : MiniDumpNormal;
-    return s_pDbghelpTable->DumpWriter()(process, processId, file, type,
-                                         pExceptionPointers != nullptr ? &exception : nullptr, nullptr,
-                                         nullptr) != FALSE;
+    AllowTimeForDump(true);
+    const BOOL written =
+        s_pDbghelpTable->DumpWriter()(process, processId, file, type,
+                                      pExceptionPointers != nullptr ? &exception : nullptr, nullptr, nullptr);
+    AllowTimeForDump(false);
+    return written != FALSE;
 }
 } // namespace
 

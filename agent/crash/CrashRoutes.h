@@ -14,3 +14,6 @@ void RouteCrashes();
 
 // An abort, which is no exception: a program's own request to end.
 inline constexpr DWORD abortCode = 0x40000015; // STATUS_FATAL_APP_EXIT
+
+// A function that finds its own stack overwritten.
+inline constexpr DWORD stackSmashedCode = 0xC0000409; // STATUS_STACK_BUFFER_OVERRUN

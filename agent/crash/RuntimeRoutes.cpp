@@ -1,4 +1,4 @@
-// What the linker puts in the place of two functions of the compiler's runtime (CMakeLists.txt): calls of
+// What the linker puts in the place of functions of the compiler's runtime (CMakeLists.txt): calls of
 // NAME come to __wrap_NAME, and the function itself is __real_NAME.
 #include <windows.h>
 
@@ -11,6 +11,8 @@ extern "C"
     LONG CALLBACK __wrap__gnu_exception_handler(EXCEPTION_POINTERS* pointers);
     [[noreturn]] void __real_abort();
     [[noreturn]] void __wrap_abort();
+    [[noreturn]] void __real___stack_chk_fail();
+    [[noreturn]] void __wrap___stack_chk_fail();
 }
 
 // The runtime guards the main thread with this handler, which lets a program go on at the instruction that
@@ -37,4 +39,14 @@ void __wrap_abort()
         __real_abort();
     }
     CrashWith(abortCode);
+}
+
+// The runtime's own function speaks to a console first, which a program without one may wait for.
+void __wrap___stack_chk_fail()
+{
+    if (s_pfnCrashHandler == nullptr)
+    {
+        __real___stack_chk_fail();
+    }
+    CrashWith(stackSmashedCode);
 }

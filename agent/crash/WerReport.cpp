@@ -61,13 +61,14 @@ void LogOutcome(int outcome)
 
 bool Submit(const WerExports& wer, HREPORT report)
 {
-    WER_SUBMIT_RESULT outcome{};
-    const HRESULT code = wer.submit(report, WerConsentAlwaysPrompt, WER_SUBMIT_OUTOFPROCESS, &outcome);
+    int outcome = 0; // of a system that may know more values than the enumeration
+    const HRESULT code = wer.submit(report, WerConsentAlwaysPrompt, WER_SUBMIT_OUTOFPROCESS,
+                                    reinterpret_cast<WER_SUBMIT_RESULT*>(&outcome));
     if (SUCCEEDED(code))
     {
-        LOG_INFO << L"Crash dump generation succeed with result code:" << static_cast<int>(outcome);
+        LOG_INFO << L"Crash dump generation succeed with result code:" << outcome;
     }
-    LogOutcome(static_cast<int>(outcome));
+    LogOutcome(outcome);
     return SUCCEEDED(code);
 }
 } // namespace

@@ -90,6 +90,7 @@ TEST_F(CrashDumpTest, IsAFullOneOfTheOwningThread)
     Arm();
     s_crashThreadId = 4711;
     Write(&exception, DumpFolder());
+    s_crashThreadId = 0; // the end of the program would wait for that thread
     EXPECT_EQ(dump.count, 1);
     EXPECT_EQ(dump.process, GetCurrentProcessId());
     EXPECT_EQ(dump.type, 2);

@@ -16,6 +16,7 @@ namespace
 {
 constexpr DWORD gccException = 0x20474343;
 constexpr DWORD aborted = 0x40000015;
+constexpr DWORD stackSmashed = 0xC0000409;
 
 struct Crash
 {
@@ -124,8 +125,8 @@ INSTANTIATE_TEST_SUITE_P(
         Crash{"RaisedAbort", L"main", L"raise-abort", aborted},
         Crash{"PureCall", L"main", L"pure-call", gccException},
         Crash{"OutOfRange", L"main", L"assertion", gccException},
-        Crash{"SmashedStack", L"main", L"smash", EXCEPTION_ILLEGAL_INSTRUCTION}),
-    [](const auto& info) { return info.param.title; });
+        Crash{"SmashedStack", L"main", L"smash", stackSmashed}),
+    [](const auto& crash) { return crash.param.title; });
 
 INSTANTIATE_TEST_SUITE_P(
     Places, CrashProcessTest,
@@ -151,7 +152,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Crash{"LogAbort", L"log", L"abort", aborted},
                       Crash{"HeldLogWrite", L"held-log", L"write", EXCEPTION_ACCESS_VIOLATION},
                       Crash{"MainEndsWrite", L"main-ends", L"write", EXCEPTION_ACCESS_VIOLATION}),
-    [](const auto& info) { return info.param.title; });
+    [](const auto& crash) { return crash.param.title; });
 
 TEST_F(CrashProcess, AFullDumpHoldsTheMemory)
 {

@@ -40,7 +40,7 @@ HMODULE WINAPI LoadModule(const wchar_t* name)
     return g_exists ? g_module : nullptr;
 }
 
-BOOL WINAPI FreeModule(HMODULE module)
+BOOL WINAPI ReleaseModule(HMODULE module)
 {
     EXPECT_EQ(module, g_module);
     g_calls.emplace_back("FreeLibrary");
@@ -66,10 +66,10 @@ protected:
         g_calls.clear();
     }
 
-    ImportPatch find{nullptr, "GetModuleHandleW", &FindModule};
     ImportPatch load{nullptr, "LoadLibraryW", &LoadModule};
-    ImportPatch free{nullptr, "FreeLibrary", &FreeModule};
+    ImportPatch free{nullptr, "FreeLibrary", &ReleaseModule};
     ImportPatch resolve{nullptr, "GetProcAddress", &FindFunction};
+    ImportPatch find{nullptr, "GetModuleHandleW", &FindModule}; // the patches before it ask for the program
 };
 
 class DbghelpFunctionTest : public CrashTableTest, public ::testing::WithParamInterface<const char*>

@@ -12,6 +12,8 @@
 
 namespace
 {
+constexpr ULONG32 dumpSignature = 0x504D444D; // "MDMP"
+
 template <typename Record>
 bool ReadAt(const std::string& bytes, std::size_t offset, Record& record)
 {
@@ -29,7 +31,7 @@ DumpFile::DumpFile(const std::wstring& path)
     std::ifstream file(std::filesystem::path(path), std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(file), {}};
     MINIDUMP_HEADER header{};
-    if (!ReadAt(bytes, 0, header) || header.Signature != MINIDUMP_SIGNATURE)
+    if (!ReadAt(bytes, 0, header) || header.Signature != dumpSignature)
     {
         return;
     }

@@ -61,7 +61,8 @@ TEST_P(DumpLimitTest, KeepsTheYoungest)
 
 INSTANTIATE_TEST_SUITE_P(Values, DumpLimitTest,
                          ::testing::Values(Limit{0, 5}, Limit{1, 1}, Limit{3, 3}, Limit{4, 4}, Limit{5, 5},
-                                           Limit{50, 5}, Limit{0x80000000, 5}, Limit{0xFFFFFFFF, 5}));
+                                           Limit{50, 5}, Limit{0x80000000, 5}, Limit{0xFFFFFFFF, 5}),
+                         [](const auto& limit) { return std::to_string(limit.param.limit); });
 
 TEST_F(DumpRetentionTest, ThreeAreKeptWithoutALimit)
 {
@@ -264,7 +265,8 @@ TEST_P(DumpLinkTest, NothingIsDeletedBehindALink)
 
 INSTANTIATE_TEST_SUITE_P(Folders, DumpLinkTest,
                          ::testing::Values(L"Norvane Soft\\Melvio\\dump", L"Norvane Soft\\Melvio",
-                                           L"Norvane Soft"));
+                                           L"Norvane Soft"),
+                         [](const auto& link) { return "Level" + std::to_string(link.index); });
 
 TEST_F(DumpRetentionTest, ALinkThatLeadsToTheCommonFolderIsTheSystemsOwn)
 {

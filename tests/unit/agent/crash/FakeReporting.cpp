@@ -137,7 +137,7 @@ HRESULT WINAPI FakeReporting::Submit(HREPORT report, WER_CONSENT consent, DWORD 
     g_reporting->submitFlags = flags;
     if (g_reporting->outcome >= 0)
     {
-        *result = static_cast<WER_SUBMIT_RESULT>(g_reporting->outcome);
+        *reinterpret_cast<int*>(result) = g_reporting->outcome; // the values need not be the enumeration's
     }
     return g_reporting->submitCode;
 }

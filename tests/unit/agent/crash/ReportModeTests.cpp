@@ -38,7 +38,9 @@ INSTANTIATE_TEST_SUITE_P(
                       Decision{5, 0, ReportMode::None}, Decision{5, 1, ReportMode::Faultrep},
                       Decision{5, 2, ReportMode::Faultrep}, Decision{6, 0, ReportMode::Wer},
                       Decision{6, 1, ReportMode::Wer}, Decision{6, 3, ReportMode::Wer},
-                      Decision{10, 0, ReportMode::Wer}, Decision{4294967295, 0, ReportMode::Wer}));
+                      Decision{10, 0, ReportMode::Wer}, Decision{4294967295, 0, ReportMode::Wer}),
+    [](const auto& decision)
+    { return std::to_string(decision.param.major) + "_" + std::to_string(decision.param.minor); });
 
 TEST(ReportModeEdgeTest, TheNumbersAreThoseOfTheLog)
 {

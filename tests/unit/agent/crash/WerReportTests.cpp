@@ -217,7 +217,8 @@ INSTANTIATE_TEST_SUITE_P(
                       std::tuple(7, L"Queuing was disabled."), std::tuple(8, L"Report was asynchronous."),
                       std::tuple(0, L"Unexpected return value from WerReportSubmit():0"),
                       std::tuple(9, L"Unexpected return value from WerReportSubmit():9"),
-                      std::tuple(77777, L"Unexpected return value from WerReportSubmit():77777")));
+                      std::tuple(77777, L"Unexpected return value from WerReportSubmit():77777")),
+    [](const auto& outcome) { return std::to_string(std::get<0>(outcome.param)); });
 
 TEST(WerReportOfTheSystemTest, LeavesNothingBehind)
 {
