@@ -94,9 +94,10 @@ TEST_F(CrashDumpTest, IsAFullOneOfTheOwningThread)
     EXPECT_EQ(dump.count, 1);
     EXPECT_EQ(dump.process, GetCurrentProcessId());
     EXPECT_EQ(dump.type, 2);
-    EXPECT_EQ(dump.exception.ThreadId, 4711U);
-    EXPECT_EQ(dump.exception.ExceptionPointers, &exception);
-    EXPECT_TRUE(dump.exception.ClientPointers);
+    const MINIDUMP_EXCEPTION_INFORMATION given = dump.exception; // packed: by value
+    EXPECT_EQ(DWORD{given.ThreadId}, 4711U);
+    EXPECT_EQ(static_cast<EXCEPTION_POINTERS*>(given.ExceptionPointers), &exception);
+    EXPECT_EQ(BOOL{given.ClientPointers}, TRUE);
     EXPECT_FALSE(dump.hasRest);
 }
 
