@@ -75,7 +75,7 @@ void AgentKeeper::RestartLater(Clock::time_point now, const std::wstring& what)
     const std::optional<std::chrono::milliseconds> delay = m_policy.OnCrash(now);
     if (!delay)
     {
-        Complain(L"The agent has " + what + L' ' + std::to_wstring(RestartPolicy::crashLimit) +
+        Complain(L"The agent has " + what + L' ' + std::to_wstring(m_policy.Limit()) +
                  L" times within a minute; it is not started again.");
         return;
     }

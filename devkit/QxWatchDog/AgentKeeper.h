@@ -18,7 +18,10 @@ namespace WatchDog
 class AgentKeeper
 {
 public:
-    AgentKeeper(std::wstring path, std::int32_t mode) : m_path(std::move(path)), m_mode(mode) {}
+    AgentKeeper(std::wstring path, std::int32_t mode, RestartPolicy policy = RestartPolicy())
+        : m_path(std::move(path)), m_mode(mode), m_policy(std::move(policy))
+    {
+    }
 
     void Start(Clock::time_point now);
 

@@ -8,12 +8,24 @@ namespace WatchDog
 namespace
 {
 // The whole word is a number, in any base that the agent reads.
-bool ReadMode(const std::wstring& word, std::int32_t& mode)
+bool ReadNumber(const std::wstring& word, std::int32_t& mode)
 {
     wchar_t* end = nullptr;
     errno = 0;
     mode = std::wcstol(word.c_str(), &end, 0);
     return !word.empty() && *end == L'\0' && errno == 0;
+}
+
+bool ReadLimit(const std::wstring& word, std::uint32_t& limit)
+{
+    constexpr std::int32_t highest = 1000;
+    std::int32_t number = 0;
+    if (!ReadNumber(word, number) || number < 0 || number > highest)
+    {
+        return false;
+    }
+    limit = static_cast<std::uint32_t>(number);
+    return true;
 }
 } // namespace
 
@@ -38,11 +50,19 @@ Options ParseOptions(const std::vector<std::wstring>& words)
         {
             options.untilExit = true;
         }
+        else if (*word == L"--crash-limit")
+        {
+            if (++word == words.end() || !ReadLimit(*word, options.crashLimit))
+            {
+                options.complaint = L"--crash-limit needs a number from 0 to 1000.";
+                break;
+            }
+        }
         else if (*word != L"--mode")
         {
             options.complaint = L"Unknown option " + *word + L".";
         }
-        else if (++word == words.end() || !ReadMode(*word, options.mode))
+        else if (++word == words.end() || !ReadNumber(*word, options.mode))
         {
             options.complaint = L"--mode needs a number.";
             break;
@@ -62,6 +82,9 @@ const wchar_t* HelpText()
            L"as they are then.\r\n"
            L"\r\n"
            L"  --mode N         start mode of the agent, 1 without this option\r\n"
+           L"  --crash-limit N  gives the agent up at so many crashes within a minute, 5 without this "
+           L"option; "
+           L"0 never\r\n"
            L"  --service-only   does not start the agent; also --no-agent\r\n"
            L"  --until-exit     ends with the product's exit event as well, and stops the service then\r\n"
            L"  --stop           ends the watchdog that runs, and waits for its end\r\n"

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "RestartPolicy.h"
+
 namespace WatchDog
 {
 
@@ -21,7 +23,8 @@ struct Options
     bool withAgent = true;
     bool untilExit = false; // ends with the product's exit event, and takes the service with it
     std::int32_t mode = 1;  // the agent's start mode
-    std::wstring complaint; // empty for a command line that is right
+    std::uint32_t crashLimit = RestartPolicy::defaultLimit; // within a minute; 0 never gives the agent up
+    std::wstring complaint;                                 // empty for a command line that is right
 };
 
 // Takes the words behind the program's name.

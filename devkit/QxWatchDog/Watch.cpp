@@ -35,7 +35,7 @@ Watch::Watch(const Options& options) : m_service(QxCommon::GetServiceName()), m_
 {
     if (options.withAgent)
     {
-        m_agent.emplace(AgentPath(), options.mode);
+        m_agent.emplace(AgentPath(), options.mode, RestartPolicy(options.crashLimit));
     }
 }
 

@@ -1,4 +1,5 @@
 // The export of the sample library: which item is which engine.
+#include "FaultEngine.h"
 #include "InspectionEngine.h"
 #include "NotesEngine.h"
 #include "WorkEngine.h"
@@ -17,6 +18,10 @@ extern "C" __declspec(dllexport) IEngine* CreateSpecialEngine(std::wstring itemI
     if (itemId == L"inspection")
     {
         return new InspectionEngine;
+    }
+    if (itemId == L"fault")
+    {
+        return new FaultEngine;
     }
     return nullptr;
 }

@@ -44,6 +44,7 @@ class Window:
     class_name: str
     title: str
     process: int
+    thread: int
     visible: bool
     center: tuple[int, int]
     corner: tuple[int, int]
@@ -87,6 +88,9 @@ class Process:
 
     def modules(self) -> list[str]:
         return [record["path"] for record in self.probe.request("modules", process=self.number)]
+
+    def threads(self) -> list[int]:
+        return [int(record["thread"]) for record in self.probe.request("threads", process=self.number)]
 
     def place(self, content: bytes) -> int:
         """Puts bytes into the process's memory; behind them there is none. Their address."""
@@ -182,6 +186,7 @@ class Desktop:
             class_name=record["class"],
             title=record["title"],
             process=int(record["process"]),
+            thread=int(record["thread"]),
             visible=record["visible"] == "1",
             center=(int(record["x"]), int(record["y"])),
             corner=(int(record["left"]), int(record["top"])),

@@ -7,12 +7,12 @@ from collections.abc import Iterator
 import pytest
 
 from desktop import Process, wait_until
+from family import CRASH_SIGNAL, Family, bring_up
 from host import HostService
 from product import Product
 
 OWN_SERVICES = True
 
-CRASH_SIGNAL = "Global\\WATCHDOG_EVENT_RESTART_QX_SESSIONAGENTMelvio"
 START_REQUEST = "Global\\WATCHDOG_EVENT_START_SERVICEMelvio"
 STOP_REQUEST = "Global\\WATCHDOG_EVENT_STOP_SERVICEMelvio"
 LEFT = "and without a crash; it is left so. - "
@@ -21,65 +21,10 @@ ROUNDS = 100
 STARTED = "The agent is started in mode 2. - "
 
 
-class Family:
-    """Watchdog, service and agent of one product."""
-
-    def __init__(self, product: Product, service: HostService, watchdog: Process) -> None:
-        self.product = product
-        self.service = service
-        self.watchdog = watchdog
-
-    def agent(self) -> int:
-        """The process of the one agent that is registered."""
-        return int(self.service.wait_for_clients()[0]["processId"])
-
-    def wait_for_agent(self, before: int) -> None:
-        """Waits for the registration of another agent than that one."""
-
-        def is_another() -> bool:
-            return [int(c["processId"]) for c in self.service.clients()] not in ([], [before])
-
-        wait_until(is_another, "a new agent at the service")
-
-    def signal(self, event: str) -> None:
-        assert self.product.desktop.probe.ask("setEvent", name=event)["error"] == "0"
-
-    def crash_agent(self) -> None:
-        """An agent that crashes signals it and ends."""
-        agent = self.agent()
-        self.signal(CRASH_SIGNAL)
-        self.product.desktop.probe.ask("terminate", process=agent, exitCode=1)
-
-    def wait_for_watches(self, count: int) -> None:
-        """Waits until the agent has got that often the process to watch. Its start sends two mails more."""
-
-        def have_come() -> bool:
-            return self.product.log_text().count("after invoking ParseJsonString, ret=0") == count + 2
-
-        wait_until(have_come, f"{count} watches of the service")
-
-    def wait_to_be_told(self, text: str, count: int = 1) -> None:
-        def is_told() -> bool:
-            return len(self.product.win32_log_lines(text, self.watchdog)) == count
-
-        wait_until(is_told, f"{count} lines <{text}> in the watchdog's log")
-
-
 @pytest.fixture
 def family(product: Product) -> Iterator[Family]:
-    """Up, with the agent registered."""
-    service = HostService(product)
-    service.install()
-    program = f'"{product.windows_root}\\win32\\QxWatchDog_M.exe"'
-    watchdog = product.desktop.start(f"{program} --mode 2", product.windows_root)
-    family = Family(product, service, watchdog)
-    service.wait_for_clients()
-    yield family
-    product.end()
-    assert product.desktop.start(f"{program} --stop").wait() == 0
-    assert watchdog.wait() == 0
-    service.control("--stop")
-    service.uninstall()
+    with bring_up(product) as family:
+        yield family
 
 
 def test_a_crashed_agent_is_back_at_the_service(family: Family) -> None:

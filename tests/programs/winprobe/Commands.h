@@ -23,4 +23,5 @@ void AddMemoryCommands(CommandTable& table);
 void AddMenuCommands(CommandTable& table);
 void AddObjectCommands(CommandTable& table);
 void AddProcessCommands(CommandTable& table);
+void AddThreadCommands(CommandTable& table);
 void AddTrayCommands(CommandTable& table);

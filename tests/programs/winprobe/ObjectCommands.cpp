@@ -117,11 +117,18 @@ Records Query(const Record& request)
     return {record};
 }
 
-// {"subkey", "name", "value"}: writes a text under HKEY_LOCAL_MACHINE; without a value, removes it.
+// {"subkey", "name", "value" or "number"}: writes a text or a number of 32 bits under HKEY_LOCAL_MACHINE;
+// with neither, removes it.
 Records SetRegistry(const Record& request)
 {
     const std::wstring subkey = request.Text("subkey");
     const std::wstring name = request.Text("name");
+    if (request.Has("number"))
+    {
+        const DWORD number = request.Small("number");
+        return {ErrorRecord(static_cast<std::uint32_t>(RegSetKeyValueW(
+            HKEY_LOCAL_MACHINE, subkey.c_str(), name.c_str(), REG_DWORD, &number, sizeof(number))))};
+    }
     const std::wstring value = request.Text("value");
     const auto size = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
     const LSTATUS status =

@@ -9,11 +9,11 @@
 
 namespace
 {
-// The processes that this program started, so that their ends can be told.
-std::map<DWORD, HANDLE>& Started()
+// The processes that this program started or was asked about, so that their ends can be told.
+std::map<DWORD, HANDLE>& Known()
 {
-    static std::map<DWORD, HANDLE> started;
-    return started;
+    static std::map<DWORD, HANDLE> known;
+    return known;
 }
 
 // {"commandLine", "folder"}: starts a program with exactly this command line. It gets no output: what it
@@ -32,20 +32,26 @@ Records Start(const Record& request)
         return {ErrorRecord(GetLastError())};
     }
     CloseHandle(process.hThread);
-    Started()[process.dwProcessId] = process.hProcess;
+    Known()[process.dwProcessId] = process.hProcess;
     return {ErrorRecord(ERROR_SUCCESS).Set("process", process.dwProcessId)};
 }
 
+// {"process"}: whether it runs, and the code that it ended with. One that somebody else started has to be
+// asked about first while it runs.
 Records Status(const Record& request)
 {
-    const auto started = Started().find(request.Small("process"));
-    if (started == Started().end())
+    HANDLE& process = Known()[request.Small("process")];
+    if (process == nullptr)
     {
-        return {ErrorRecord(ERROR_INVALID_HANDLE)};
+        process = OpenProcess(SYNCHRONIZE | PROCESS_QUERY_INFORMATION, FALSE, request.Small("process"));
     }
-    const bool running = WaitForSingleObject(started->second, 0) == WAIT_TIMEOUT;
+    if (process == nullptr)
+    {
+        return {ErrorRecord(GetLastError())};
+    }
+    const bool running = WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
     DWORD exitCode = 0;
-    GetExitCodeProcess(started->second, &exitCode);
+    GetExitCodeProcess(process, &exitCode);
     return {ErrorRecord(ERROR_SUCCESS).Set("running", running ? 1 : 0).Set("exitCode", exitCode)};
 }
 

@@ -37,7 +37,7 @@ std::wstring TextOf(HWND window)
 Record Describe(HWND window)
 {
     DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
+    const DWORD thread = GetWindowThreadProcessId(window, &process);
     RECT rect = {};
     GetWindowRect(window, &rect);
     return Record()
@@ -45,6 +45,7 @@ Record Describe(HWND window)
         .Set("class", ClassOf(window))
         .Set("title", TextOf(window))
         .Set("process", process)
+        .Set("thread", thread)
         .Set("visible", IsWindowVisible(window) != FALSE ? 1 : 0)
         .Set("left", static_cast<std::uint64_t>(rect.left))
         .Set("top", static_cast<std::uint64_t>(rect.top))

@@ -24,6 +24,7 @@ int main()
     AddMenuCommands(table);
     AddObjectCommands(table);
     AddProcessCommands(table);
+    AddThreadCommands(table);
     AddTrayCommands(table);
 
     for (std::string line; std::getline(std::cin, line);)

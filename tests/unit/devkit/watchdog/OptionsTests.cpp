@@ -32,6 +32,23 @@ TEST(WatchDogOptionsTest, RefuseAModeThatIsNoNumber)
     EXPECT_EQ(ParseOptions({L"--mode"}).complaint, L"--mode needs a number.");
 }
 
+TEST(WatchDogOptionsTest, TakeTheLimitOfCrashes)
+{
+    EXPECT_EQ(ParseOptions({}).crashLimit, 5U);
+    EXPECT_EQ(ParseOptions({L"--crash-limit", L"0"}).crashLimit, 0U);
+    EXPECT_EQ(ParseOptions({L"--crash-limit", L"1000", L"--mode", L"2"}).crashLimit, 1000U);
+}
+
+TEST(WatchDogOptionsTest, RefuseALimitThatIsNoneOrTooHigh)
+{
+    for (const wchar_t* limit : {L"", L"x", L"5x", L"-1", L"1001", L"4294967296", L"--stop"})
+    {
+        EXPECT_EQ(ParseOptions({L"--crash-limit", limit}).complaint,
+                  L"--crash-limit needs a number from 0 to 1000.");
+    }
+    EXPECT_EQ(ParseOptions({L"--crash-limit"}).complaint, L"--crash-limit needs a number from 0 to 1000.");
+}
+
 TEST(WatchDogOptionsTest, LeaveTheAgentOut)
 {
     EXPECT_FALSE(ParseOptions({L"--service-only"}).withAgent);

@@ -60,3 +60,28 @@ TEST(RestartPolicyTest, NeverGivesUpOnCrashesThatAreFarApart)
         EXPECT_EQ(policy.OnCrash(start + crash * 61s), 1000ms);
     }
 }
+
+TEST(RestartPolicyTest, GivesUpAtTheCrashThatReachesItsLimit)
+{
+    RestartPolicy once(1);
+    EXPECT_FALSE(once.OnCrash(start));
+    RestartPolicy seven(7);
+    for (int crash = 0; crash < 6; ++crash)
+    {
+        EXPECT_TRUE(seven.OnCrash(start));
+    }
+    EXPECT_FALSE(seven.OnCrash(start));
+}
+
+TEST(RestartPolicyTest, NeverGivesUpWithoutALimitAndWaitsEightSecondsAtMost)
+{
+    RestartPolicy policy(0);
+    for (const auto delay : {1000ms, 2000ms, 4000ms, 8000ms})
+    {
+        EXPECT_EQ(policy.OnCrash(start), delay);
+    }
+    for (int crash = 0; crash < 1000; ++crash)
+    {
+        EXPECT_EQ(policy.OnCrash(start), 8000ms);
+    }
+}
