@@ -18,7 +18,6 @@ enum class Disk
 
 Disk s_disk = Disk::Works;
 int s_opened = 0;
-ULONGLONG s_tick = 1'000'000;
 
 BOOL WINAPI WriteToDisk(HANDLE file, const void* data, DWORD length, DWORD* written, OVERLAPPED* position)
 {
@@ -62,11 +61,6 @@ DWORD WINAPI AttributesOnDisk(const wchar_t* name)
     return GetFileAttributesW(name);
 }
 
-ULONGLONG WINAPI GivenTick()
-{
-    return s_tick;
-}
-
 class FailingDiskTest : public LogTest
 {
 protected:
@@ -75,7 +69,7 @@ protected:
           cut(nullptr, "SetEndOfFile", &CutOnDisk, library.Module()),
           open(nullptr, "CreateFileW", &OpenOnDisk, library.Module()),
           attributes(nullptr, "GetFileAttributesW", &AttributesOnDisk, library.Module()),
-          clock(nullptr, "GetTickCount64", &GivenTick, library.Module())
+          clock(nullptr, "GetTickCount64", &StandingTick, library.Module())
     {
     }
 
@@ -161,7 +155,7 @@ TEST_F(FailingDiskTest, TriesOnceASecondToGetALostFileBack)
         EXPECT_EQ(log.Trace(L"lost line\r\n"), DWORD{ERROR_FILE_NOT_FOUND});
     }
     EXPECT_EQ(s_opened, twice);
-    s_tick += 1000;
+    LetPass(1000);
     s_disk = Disk::Works;
     EXPECT_EQ(log.Trace(L"next\r\n"), 0U);
     EXPECT_EQ(AllText(), "next\r\n");

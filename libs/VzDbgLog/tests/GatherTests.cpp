@@ -6,14 +6,8 @@
 namespace
 {
 
-ULONGLONG s_tick = 1'000'000;
 int s_timerStarts = 0;
 LONGLONG s_due = 0;
-
-ULONGLONG WINAPI GivenTick()
-{
-    return s_tick;
-}
 
 void WINAPI RecordTimer(PTP_TIMER /*timer*/, FILETIME* due, DWORD /*period*/, DWORD /*window*/)
 {
@@ -29,7 +23,7 @@ class GatherTest : public LogTest
 {
 protected:
     GatherTest()
-        : clock(nullptr, "GetTickCount64", &GivenTick, library.Module()),
+        : clock(nullptr, "GetTickCount64", &StandingTick, library.Module()),
           timer(nullptr, "SetThreadpoolTimer", &RecordTimer, library.Module())
     {
     }
@@ -96,7 +90,7 @@ TEST_F(GatherTest, WritesALineAtOnceAfterAPause)
 {
     const TestLog log(library, Gathering());
     EXPECT_EQ(log.Trace(L"one\r\n") + log.Trace(L"two\r\n"), 0U);
-    s_tick += 500;
+    LetPass(500);
     EXPECT_EQ(log.Trace(L"three\r\n"), 0U);
     EXPECT_EQ(Text(), "one\r\ntwo\r\nthree\r\n");
     EXPECT_EQ(log.Trace(L"four\r\n"), 0U);

@@ -23,6 +23,8 @@ void Resolve(HMODULE module, const char* name, Function& address)
     }
 }
 
+ULONGLONG s_tick = 1'000'000;
+
 } // namespace
 
 LogLibrary::LogLibrary() : module(LoadLibraryW((OwnFolder() + L"\\VzDbgLog.dll").c_str()))
@@ -118,4 +120,14 @@ SYSTEMTIME At(WORD day, WORD hour)
 std::wstring Line(const std::wstring& message, const std::wstring& tag)
 {
     return L"14/11/2026 02:59:37.123 0a3c:1f08 " + tag + L" <Agent> " + message + L" - Source(153)\r\n";
+}
+
+ULONGLONG WINAPI StandingTick()
+{
+    return s_tick;
+}
+
+void LetPass(ULONGLONG milliseconds)
+{
+    s_tick += milliseconds;
 }

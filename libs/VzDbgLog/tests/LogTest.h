@@ -90,3 +90,7 @@ void Put(wchar_t (&field)[Size], const std::wstring& text)
 
 // A composed line with the given tag.
 [[nodiscard]] std::wstring Line(const std::wstring& message, const std::wstring& tag = L".w.");
+
+// In the place of GetTickCount64: a clock that stands until the test lets milliseconds pass.
+ULONGLONG WINAPI StandingTick();
+void LetPass(ULONGLONG milliseconds);

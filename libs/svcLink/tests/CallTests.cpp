@@ -17,9 +17,6 @@ using TestSupport::WaitUntil;
 namespace
 {
 
-constexpr std::int32_t success = 0x20FF0000;
-constexpr auto unknownClient = static_cast<std::int32_t>(0xE0010803);
-constexpr auto tooLarge = static_cast<std::int32_t>(0xE0FE007A);
 constexpr std::size_t largest = std::size_t{16} << 20;
 
 } // namespace

@@ -12,11 +12,9 @@ using TestSupport::WaitUntil;
 namespace
 {
 
-constexpr std::int32_t success = 0x20FF0000;
 constexpr std::uint32_t refused = 5; // a command
 constexpr auto gone = static_cast<std::int32_t>(0xE0FE04CF);
 constexpr auto timedOut = static_cast<std::int32_t>(0xE0FE05B4);
-constexpr auto tooLarge = static_cast<std::int32_t>(0xE0FE007A);
 constexpr auto notFound = static_cast<std::int32_t>(0xE0FE0490);
 
 // What the callbacks below share with their test.

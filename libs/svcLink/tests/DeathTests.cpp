@@ -22,13 +22,11 @@ using TestSupport::WaitUntil;
 namespace
 {
 
-constexpr std::int32_t success = 0x20FF0000;
-constexpr auto unknownClient = static_cast<std::int32_t>(0xE0010803);
-
 std::atomic<int> g_inside = 0;
 std::atomic<bool> g_release = false;
 
-std::int32_t Wait(const char* /*trackingId*/, const CRpcCommandResult& /*in*/, CRpcCommandResult& /*out*/)
+std::int32_t WaitForRelease(const char* /*trackingId*/, const CRpcCommandResult& /*in*/,
+                            CRpcCommandResult& /*out*/)
 {
     ++g_inside;
     EXPECT_TRUE(WaitUntil([] { return g_release.load(); }));
@@ -80,7 +78,8 @@ protected:
         g_release = false;
         Manager manager = ConnectToHost();
         std::jthread caller(
-            [&] { EXPECT_LT(Execute(*manager, HostCommand::CallBack, {}, &Wait, "me").status, 0); });
+            [&]
+            { EXPECT_LT(Execute(*manager, HostCommand::CallBack, {}, &WaitForRelease, "me").status, 0); });
         EXPECT_TRUE(WaitUntil([] { return g_inside == 1; }));
         host->Kill();
         caller.join();
@@ -164,7 +163,7 @@ TEST_F(DeathTest, AHundredDeathsOfTheHostLeaveNothingBehind)
                   [&]
                   {
                       const Manager manager = ConnectToHost();
-                      EXPECT_EQ(Execute(*manager, 0x2052, {}, &Wait, "me").status, success);
+                      EXPECT_EQ(Execute(*manager, 0x2052, {}, &WaitForRelease, "me").status, success);
                       host.emplace(Beside(L"LinkHost.exe"));
                       EXPECT_LT(Execute(*manager, 0x2051, {}).status, 0);
                   }),

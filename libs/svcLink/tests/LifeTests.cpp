@@ -18,9 +18,7 @@ using TestSupport::WaitUntil;
 namespace
 {
 
-constexpr std::int32_t success = 0x20FF0000;
 constexpr auto noEndpoint = static_cast<std::int32_t>(0xE0FE0002);
-constexpr auto unknownClient = static_cast<std::int32_t>(0xE0010803);
 
 std::int32_t DoNothing(const char* /*trackingId*/, const CRpcCommandResult& /*in*/,
                        CRpcCommandResult& /*out*/)

@@ -7,7 +7,7 @@
 
 SvcLink::Answer EchoOf(const SvcLink::Call& call)
 {
-    return {0x20FF0000, {call.message.begin(), call.message.end()}};
+    return {success, {call.message.begin(), call.message.end()}};
 }
 
 void ScriptedHandler::OnConnected(const SvcLink::Client& client)

@@ -19,6 +19,11 @@
 
 using Bytes = std::vector<std::uint8_t>;
 
+// The statuses of a command that most tests see.
+inline constexpr std::int32_t success = 0x20FF0000;
+inline constexpr auto unknownClient = static_cast<std::int32_t>(0xE0010803);
+inline constexpr auto tooLarge = static_cast<std::int32_t>(0xE0FE007A);
+
 // The answer that brings the call's message back.
 [[nodiscard]] SvcLink::Answer EchoOf(const SvcLink::Call& call);
 

@@ -20,8 +20,6 @@ using TestSupport::WaitUntil;
 namespace
 {
 
-constexpr std::int32_t success = 0x20FF0000;
-
 std::atomic<int> g_failures = 0; // still to come
 DWORD g_failure = 0;
 decltype(&ConnectNamedPipe) g_connect = nullptr;

@@ -18,8 +18,6 @@ using TestSupport::WaitUntil;
 namespace
 {
 
-constexpr std::int32_t success = 0x20FF0000;
-
 class RawTest : public LinkTest
 {
 protected:

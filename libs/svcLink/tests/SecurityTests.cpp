@@ -18,7 +18,6 @@ using TestSupport::WaitUntil;
 namespace
 {
 
-constexpr std::int32_t success = 0x20FF0000;
 constexpr auto accessDenied = static_cast<std::int32_t>(0xE0FE0005);
 
 // In place of what the mark wrote.

@@ -21,7 +21,6 @@ using TestSupport::WaitUntil;
 namespace
 {
 
-constexpr std::int32_t success = 0x20FF0000;
 constexpr auto busy = static_cast<std::int32_t>(0xE0FE00AA);
 
 // A service whose calls from this process stay until they are released; those of others return at once.

@@ -10,8 +10,6 @@ using namespace std::string_literals;
 namespace
 {
 
-constexpr std::uint32_t invalidParameter = 87;
-
 static_assert(!std::is_polymorphic_v<JsonDb>);
 static_assert(!std::is_copy_assignable_v<JsonDb>, "a handle is copied or its value is assigned, by name");
 

@@ -6,8 +6,6 @@ using namespace std::string_literals;
 namespace
 {
 
-constexpr std::uint32_t invalidParameter = 87;
-
 // What stays of a text that must not parse.
 std::wstring Rest(const std::wstring& text)
 {

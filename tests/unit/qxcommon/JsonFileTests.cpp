@@ -18,7 +18,6 @@ namespace
 
 using Lines = std::vector<std::wstring>;
 
-constexpr std::uint32_t invalidParameter = 87;
 constexpr std::size_t blockSize = 256U * 1024U; // of the reading; files are made to cross it
 
 VzCommon::FileHandle OpenFile(const std::wstring& path, DWORD access, DWORD sharing)

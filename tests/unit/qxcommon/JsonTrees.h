@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
+
+// The error of a text that does not parse, and of a handle without a place in a tree.
+inline constexpr std::uint32_t invalidParameter = 87;
 
 // The tree of a JSON text, which has to parse.
 inline QxCommon::JsonDb Tree(const std::wstring& text)

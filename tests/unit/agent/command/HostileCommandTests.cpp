@@ -72,7 +72,7 @@ std::wstring Terminated(const std::wstring& text)
 std::vector<std::wstring> g_effects;
 decltype(&FindFirstFileW) g_findFirstFile = nullptr;
 
-UINT_PTR WINAPI NoteSetTimer(HWND /*window*/, UINT_PTR id, UINT milliseconds, TIMERPROC /*procedure*/)
+UINT_PTR WINAPI NoteTimerEffect(HWND /*window*/, UINT_PTR id, UINT milliseconds, TIMERPROC /*procedure*/)
 {
     g_effects.push_back(L"timer " + std::to_wstring(id) + L" " + std::to_wstring(milliseconds));
     return id;
@@ -186,7 +186,7 @@ protected:
 
     FakeProduct product{L"QxSessionAgent_M.exe"};
     FakeShell shell;
-    TestSupport::ImportPatch timer{nullptr, "SetTimer", &NoteSetTimer};
+    TestSupport::ImportPatch timer{nullptr, "SetTimer", &NoteTimerEffect};
     TestSupport::ImportPatch find{nullptr, "FindFirstFileW", &FindAny};
 };
 

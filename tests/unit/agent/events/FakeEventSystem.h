@@ -8,6 +8,9 @@
 #include <string>
 #include <vector>
 
+// The window that gets the notices; nobody looks into it.
+inline const HWND frame = reinterpret_cast<HWND>(0x4321);
+
 // What a subscription held as it was stored.
 struct SubscriptionRecord
 {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <thread>
 
+#include "FakeEventSystem.h"
 #include "ImportPatch.h"
 #include "ScarceMemory.h"
 
@@ -32,7 +33,6 @@ BOOL WINAPI NotePost(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     return TRUE;
 }
 
-const HWND frame = reinterpret_cast<HWND>(0x4321);
 const HWND noWindow = reinterpret_cast<HWND>(-1);
 
 IID SensInterface(unsigned long first)

@@ -10,7 +10,6 @@ using ::testing::IsEmpty;
 
 namespace
 {
-const HWND frame = reinterpret_cast<HWND>(0x4321);
 constexpr std::uint32_t allSets = 0x111;
 
 int g_initialized = 0;
@@ -32,7 +31,7 @@ void WINAPI FakeCoUninitialize()
 
 HWND g_postedTo = nullptr;
 
-BOOL WINAPI NotePost(HWND window, UINT /*message*/, WPARAM /*wParam*/, LPARAM /*lParam*/)
+BOOL WINAPI NoteTarget(HWND window, UINT /*message*/, WPARAM /*wParam*/, LPARAM /*lParam*/)
 {
     g_postedTo = window;
     return TRUE;
@@ -122,7 +121,7 @@ TEST_F(SensInitializeTest, ASecondCallLeavesOneEventSystem)
 
 TEST_F(SensInitializeTest, ASecondCallKeepsTheSinkWithItsWindow)
 {
-    const TestSupport::ImportPatch post(nullptr, "PostMessageW", &NotePost);
+    const TestSupport::ImportPatch post(nullptr, "PostMessageW", &NoteTarget);
     ASSERT_TRUE(CQxSensSinkHelper::Initialize(frame));
     const CQxSensSink* const sink = Sink();
     ASSERT_TRUE(CQxSensSinkHelper::Initialize(reinterpret_cast<HWND>(0x8765)));

@@ -9,8 +9,6 @@ using ::testing::SizeIs;
 
 namespace
 {
-const HWND frame = reinterpret_cast<HWND>(0x4321);
-
 struct Row
 {
     const wchar_t* eventClass;

@@ -16,6 +16,10 @@
 // Stands in for svcLink.dll in the test program, and for the service behind it: keeps the bytes of each
 // command, answers as told, and calls the program back.
 
+// Commands.
+inline constexpr std::uint32_t mailId = 0x2051;
+inline constexpr std::uint32_t registerId = 0x2052;
+
 // A command as it reached the library.
 struct SentCommand
 {

@@ -51,3 +51,7 @@ struct CommandNote
 AgentStatus NoteCommand(QxCommon::JsonDb& command);
 
 inline constexpr wchar_t TestClientName[] = L"QxSystemTray";
+
+// What a command without a result leaves in the log.
+inline constexpr wchar_t noResult[] =
+    L"OuterClientHelper: [ERROR] get parameter ID_DATA_PRODUCTADAPTER_COMM_MAILRESULT failed";

@@ -9,10 +9,7 @@ using ::testing::StartsWith;
 
 namespace
 {
-constexpr std::uint32_t mailId = 0x2051;
 constexpr wchar_t failed[] = L"OuterClientHelper: [ERROR] executing command failed, err=-520159231";
-constexpr wchar_t noResult[] =
-    L"OuterClientHelper: [ERROR] get parameter ID_DATA_PRODUCTADAPTER_COMM_MAILRESULT failed";
 constexpr wchar_t noParam[] =
     L"OuterClientHelper: [ERROR] get parameter ID_DATA_PRODUCTADAPTER_PACKER_PARAM failed";
 constexpr wchar_t parsed[] = L"OuterClientHelper: [INFO] after invoking ParseJsonString, ret=0";

@@ -13,9 +13,6 @@ using TestSupport::WaitUntil;
 
 namespace
 {
-constexpr std::uint32_t mailId = 0x2051;
-constexpr std::uint32_t registerId = 0x2052;
-
 class ReconnectRaceTest : public LinkTest
 {
 protected:

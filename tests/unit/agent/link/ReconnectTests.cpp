@@ -10,7 +10,6 @@ using TestSupport::WaitUntil;
 
 namespace
 {
-constexpr std::uint32_t registerId = 0x2052;
 constexpr wchar_t reconnect[] = L"OuterClientHelper: [INFO] Reconnect the RPC...";
 
 DWORD(WINAPI* g_wait)(HANDLE, DWORD) = nullptr;

@@ -9,12 +9,9 @@ using ::testing::IsEmpty;
 
 namespace
 {
-constexpr std::uint32_t registerId = 0x2052;
 constexpr std::uint32_t unregisterId = 0x2053;
 constexpr wchar_t unknown[] = L"OuterClientHelper: [WARN] not register yet. register this client helper to "
                               L"service now. nProductID=0";
-constexpr wchar_t noResult[] =
-    L"OuterClientHelper: [ERROR] get parameter ID_DATA_PRODUCTADAPTER_COMM_MAILRESULT failed";
 
 class RegistrationTest : public LinkTest
 {

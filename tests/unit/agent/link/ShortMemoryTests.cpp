@@ -11,8 +11,6 @@ using TestSupport::WaitUntil;
 
 namespace
 {
-constexpr std::uint32_t registerId = 0x2052;
-
 int g_searches = 0;
 
 HWND WINAPI FakeNoWindow(LPCWSTR /*windowClass*/, LPCWSTR /*title*/)

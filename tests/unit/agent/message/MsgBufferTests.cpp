@@ -1,5 +1,4 @@
-#include "MessageModel.h"
-#include "MsgBuffer.h"
+#include "MessageAccess.h"
 
 #include <gtest/gtest.h>
 
@@ -13,16 +12,6 @@ namespace
 constexpr AgentStatus success = Status::FromBits(0x20FF0000);
 constexpr AgentStatus wrongItem = Status::FromBits(0xE0FF0007);
 constexpr AgentStatus noItem = Status::FromBits(0xE0FF000E);
-
-Bytes BytesOf(const MsgBuffer& message)
-{
-    return {message.Bytes().begin(), message.Bytes().end()};
-}
-
-void Assign(MsgBuffer& message, const Bytes& bytes)
-{
-    message.Assign(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-}
 
 void AppendUInt(MsgBuffer& message, std::uint32_t id, std::uint32_t value)
 {

@@ -1,22 +1,8 @@
-#include "MessageModel.h"
-#include "MsgBuffer.h"
+#include "MessageAccess.h"
 
 #include <gtest/gtest.h>
 
 using MessageModel::Bytes;
-
-namespace
-{
-Bytes BytesOf(const MsgBuffer& message)
-{
-    return {message.Bytes().begin(), message.Bytes().end()};
-}
-
-void Assign(MsgBuffer& message, const Bytes& bytes)
-{
-    message.Assign(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-}
-} // namespace
 
 TEST(NestingTest, ANestedMessageStandsWholeAtThePlaceOfAnItem)
 {

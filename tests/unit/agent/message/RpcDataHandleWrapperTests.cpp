@@ -1,5 +1,5 @@
+#include "MessageAccess.h"
 #include "MessageIds.h"
-#include "MessageModel.h"
 #include "RpcDataHandleWrapper.h"
 
 #include <gtest/gtest.h>
@@ -13,11 +13,6 @@ using MessageModel::Bytes;
 namespace
 {
 constexpr AgentStatus noMessage = Status::FromBits(0xE0FF0001);
-
-Bytes BytesOf(const CRpcMsgBuffer& message)
-{
-    return {message.Bytes().begin(), message.Bytes().end()};
-}
 
 Bytes BytesOf(const CRpcDataHandle& handle)
 {

@@ -1,20 +1,11 @@
+#include "MessageAccess.h"
 #include "MessageIds.h"
-#include "MessageModel.h"
-#include "RpcMsgBuffer.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
 using MessageModel::Bytes;
-
-namespace
-{
-Bytes BytesOf(const CRpcMsgBuffer& message)
-{
-    return {message.Bytes().begin(), message.Bytes().end()};
-}
-} // namespace
 
 TEST(RpcMsgBufferTest, ANewMessageHasItsIdAndNothingElse)
 {

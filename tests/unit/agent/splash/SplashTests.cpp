@@ -263,17 +263,17 @@ TEST_F(SplashTest, KeepsTheFirstFailureOfItsSteps)
     EXPECT_EQ(picture.FirstFailure(), first);
 }
 
-decltype(&GetProcAddress) g_getProcAddress = nullptr;
+decltype(&GetProcAddress) g_getSceneAddress = nullptr;
 
 FARPROC WINAPI HideUpdateLayeredWindow(HMODULE module, LPCSTR name)
 {
-    return std::strcmp(name, "UpdateLayeredWindow") == 0 ? nullptr : g_getProcAddress(module, name);
+    return std::strcmp(name, "UpdateLayeredWindow") == 0 ? nullptr : g_getSceneAddress(module, name);
 }
 
 TEST_F(SplashTest, IsThereWithoutAPictureWhereWindowsTakeNone)
 {
     const TestSupport::ImportPatch hide(nullptr, "GetProcAddress", &HideUpdateLayeredWindow);
-    g_getProcAddress = hide.Original<decltype(GetProcAddress)>();
+    g_getSceneAddress = hide.Original<decltype(GetProcAddress)>();
     EXPECT_TRUE(splash.Create(IDD_SPLASH, nullptr));
     EXPECT_TRUE(SplashScene::Pictures().empty());
     EXPECT_EQ(TheGdiPlus().calls.back(), L"GdipDeleteGraphics");

@@ -7,14 +7,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using TestSupport::PumpMessagesUntil;
 
-namespace
-{
-
-constexpr UINT_PTR animation = 4567;
-constexpr UINT_PTR click = 4568;
-
-} // namespace
-
 TEST_F(SystemTrayTest, ShowsTheFramesFromTheSecondOneOnInTurn)
 {
     Create();

@@ -15,9 +15,6 @@ using testing::IsEmpty;
 namespace
 {
 
-constexpr UINT_PTR animation = 4567;
-constexpr UINT_PTR click = 4568;
-
 SYSTEMTIME g_now{};
 DWORD g_version = 0;
 

@@ -11,6 +11,10 @@
 #include <string>
 #include <vector>
 
+// The icon's timers.
+inline constexpr UINT_PTR animation = 4567;
+inline constexpr UINT_PTR click = 4568;
+
 // The shell as it is played here.
 struct PlayedShell
 {

@@ -2,12 +2,12 @@
 
 namespace
 {
-DWORD g_state = 0;
+DWORD g_serviceState = 0;
 DWORD g_openError = 0;
 
 SC_HANDLE AnyHandle()
 {
-    return reinterpret_cast<SC_HANDLE>(&g_state);
+    return reinterpret_cast<SC_HANDLE>(&g_serviceState);
 }
 
 SC_HANDLE WINAPI FakeOpenManager(LPCWSTR /*machine*/, LPCWSTR /*database*/, DWORD /*access*/)
@@ -17,14 +17,14 @@ SC_HANDLE WINAPI FakeOpenManager(LPCWSTR /*machine*/, LPCWSTR /*database*/, DWOR
 
 SC_HANDLE WINAPI FakeOpenService(SC_HANDLE /*manager*/, LPCWSTR /*name*/, DWORD /*access*/)
 {
-    SetLastError(g_state == 0 ? g_openError : 0);
-    return g_state == 0 ? nullptr : AnyHandle();
+    SetLastError(g_serviceState == 0 ? g_openError : 0);
+    return g_serviceState == 0 ? nullptr : AnyHandle();
 }
 
 BOOL WINAPI FakeQuery(SC_HANDLE /*service*/, LPSERVICE_STATUS status)
 {
     *status = {};
-    status->dwCurrentState = g_state;
+    status->dwCurrentState = g_serviceState;
     return TRUE;
 }
 
@@ -39,6 +39,6 @@ FakeServiceManager::FakeServiceManager(DWORD state, DWORD openError)
       m_open(nullptr, "OpenServiceW", &FakeOpenService), m_query(nullptr, "QueryServiceStatus", &FakeQuery),
       m_close(nullptr, "CloseServiceHandle", &FakeClose)
 {
-    g_state = state;
+    g_serviceState = state;
     g_openError = openError;
 }

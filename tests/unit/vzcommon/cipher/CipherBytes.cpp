@@ -106,7 +106,7 @@ Bytes ConvertAll(const Setting& setting, CipherDirection direction, const Bytes&
                  const Bytes& input)
 {
     Rijndael cipher(GetBackend(setting.backend));
-    Bytes output(input.size() + Rijndael::BlockSize);
+    Bytes output(input.size() + BlockSize);
     std::size_t count = 0;
     std::uint32_t error = 0;
     EXPECT_TRUE(

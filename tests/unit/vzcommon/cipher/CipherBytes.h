@@ -13,6 +13,8 @@ namespace CipherTest
 
 using Bytes = std::vector<std::uint8_t>;
 
+inline constexpr std::size_t BlockSize = VzCommon::Cryptograph::Rijndael::BlockSize;
+
 // Upper or lower case; anything else fails the test.
 Bytes FromHex(const std::string& text);
 std::string ToHex(const Bytes& bytes);

@@ -13,8 +13,6 @@ using namespace VzCommon::Cryptograph;
 namespace
 {
 
-constexpr std::size_t BlockSize = Rijndael::BlockSize;
-
 class RijndaelStateTest : public testing::Test
 {
 protected:

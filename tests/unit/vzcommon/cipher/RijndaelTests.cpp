@@ -11,7 +11,6 @@ using namespace VzCommon::Cryptograph;
 namespace
 {
 
-constexpr std::size_t BlockSize = Rijndael::BlockSize;
 constexpr std::uint8_t Untouched = 0xA5;
 
 // Feeds pieces to one cipher and checks on the way what each call may give.

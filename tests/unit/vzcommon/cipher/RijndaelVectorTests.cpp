@@ -39,7 +39,7 @@ Bytes PackBits(const std::string& bits)
 
 void FillBlock(Bytes& bytes)
 {
-    bytes.resize((bytes.size() + Rijndael::BlockSize - 1) / Rijndael::BlockSize * Rijndael::BlockSize);
+    bytes.resize((bytes.size() + BlockSize - 1) / BlockSize * BlockSize);
 }
 
 Record MakeRecord(bool encrypt, const std::map<std::string, std::string>& fields, CipherMode mode)
@@ -109,7 +109,7 @@ protected:
     Bytes Transform(bool encrypt, const Bytes& key, const Bytes& iv, Bytes input)
     {
         const std::size_t length = input.size();
-        input.resize(length + (encrypt ? 0 : Rijndael::BlockSize));
+        input.resize(length + (encrypt ? 0 : BlockSize));
         Rijndael cipher(GetBackend(GetParam().backend));
         Bytes output(length);
         std::size_t count = 0;
