@@ -4,11 +4,22 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 include(GoogleTest)
 
-# qx_test(NAME SOURCES file... LIBS lib... [DEPENDS target...] [PROPERTIES key value...])
-# One GoogleTest program; every test case of it is a CTest test of its own, in a process of its own.
+# Sources of a target that are compiled together: most of the time goes into the headers, which are then read once.
+set(QX_UNITY UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 10)
+
+# qx_test(NAME [NO_UNITY] SOURCES file... LIBS lib... [DEPENDS target...] [PROPERTIES key value...])
+# One GoogleTest program; every test case of it is a CTest test of its own, in a process of its own. Its sources
+# share their file-local names, unless it is NO_UNITY.
 function(qx_test name)
-  cmake_parse_arguments(arg "" "" "SOURCES;LIBS;DEPENDS;PROPERTIES" ${ARGN})
+  cmake_parse_arguments(arg "NO_UNITY" "" "SOURCES;LIBS;DEPENDS;PROPERTIES" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
+  list(FILTER arg_SOURCES INCLUDE REGEX "\\.cpp$")
+  list(LENGTH arg_SOURCES count)
+  if(count GREATER 1 AND NOT arg_NO_UNITY)
+    set_target_properties(${name} PROPERTIES ${QX_UNITY})
+    # A fixture in an unnamed namespace is not of the main file there.
+    target_compile_options(${name} PRIVATE -Wno-subobject-linkage)
+  endif()
   target_link_libraries(${name} PRIVATE ${arg_LIBS} TestSupport GTest::gmock_main)
   if(arg_DEPENDS)
     add_dependencies(${name} ${arg_DEPENDS})
