@@ -17,6 +17,7 @@ from desktop import Desktop, Process, Window, console_command_line, wait_until  
 from host import HostService, Json  # noqa: E402
 from narration import PICTURES, Camera, detail, expect, tell  # noqa: E402
 from product import Product  # noqa: E402
+from run_crash import CrashPlay  # noqa: E402
 from run_session import SessionPlay  # noqa: E402
 from run_tray import TrayPlay  # noqa: E402
 
@@ -54,6 +55,7 @@ class Play:
         self._arm_reporters()
         self._lock_and_unlock()
         self._drive_engine()
+        self._crash_agent()
         self._kill_service()
         self._end_all(watchdog)
 
@@ -138,8 +140,17 @@ class Play:
         tell("8. The service has an engine of Quenta.dll created, performed, queried and ended: command 2000.")
         self._session_play().drive_engine()
 
+    def _crash_agent(self) -> None:
+        tell("9. An engine faults on purpose. The agent leaves a dump, and the watchdog starts it again.")
+        CrashPlay(self._product, self._host, self._camera).run()
+        self._desktop.wait_for_consoles(2)  # the next agent has opened one
+        self._send({"JD_COMMAND_ID": 1001, "modeId": 9})
+        self._desktop.wait_for_consoles(3)
+        self._show_consoles()
+        self._close_consoles()
+
     def _kill_service(self) -> None:
-        tell("9. The service is killed. The watchdog starts it again, and the agent comes back by itself.")
+        tell("10. The service is killed. The watchdog starts it again, and the agent comes back by itself.")
         agent = self._client()["processId"]
         killed = self._host.kill()
         detail(f"killed: process {killed}")
@@ -148,12 +159,12 @@ class Play:
         expect(self._client()["processId"] == agent, "the same agent is registered again")
         self._show_status()
         self._send({"JD_COMMAND_ID": 1001, "modeId": 8})
-        self._desktop.wait_for_consoles(2)
+        self._desktop.wait_for_consoles(1)
         self._show_consoles()
         self._picture("after-the-service-died")
 
     def _end_all(self, watchdog: Process) -> None:
-        tell('10. The exit event, "Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXITMelvio", ends all of it.')
+        tell('11. The exit event, "Global\\WATCHDOG_NOTIFY_UIDESKTRAY_EXITMelvio", ends all of it.')
         self._host.qxctl("exit")
         wait_until(self._product.has_ended, "the end of the agent")
         detail("its window, its mutex and its event are gone; the consoles are left to the user")
@@ -257,8 +268,8 @@ def main() -> int:
     camera = Camera(desktop)
     try:
         Play(product, HostService(product), camera).run()
-        show_tray(product, camera, 11, "en-us", "en_US.UTF-8")
-        show_tray(product, camera, 12, "ja-jp", "ja_JP.UTF-8")
+        show_tray(product, camera, 12, "en-us", "en_US.UTF-8")
+        show_tray(product, camera, 13, "ja-jp", "ja_JP.UTF-8")
     except Exception as failure:  # whatever it is, the picture and the log tell more
         desktop.screenshot(PICTURES / "failure.png")
         detail("all that the log says:")
@@ -270,7 +281,8 @@ def main() -> int:
         desktop.close()
     tell(
         "The main job works: service and agent up, commands run, a session left and met again, an engine driven,\n"
-        "a dead service survived, the tray and its menu used in two languages. Pictures: out/run/"
+        "a crash of the agent and a dead service survived, the tray and its menu used in two languages.\n"
+        "Pictures: out/run/"
     )
     return 0
 
