@@ -1,9 +1,11 @@
-// Arms the crash handler and dies: Crashing_M FOLDER EVENT PLACE DEATH [full]. The dump is a small one, which
-// takes a tenth of the time, unless it is to be full.
+// Arms the crash handler and dies: Crashing_M FOLDER EVENT PLACE DEATH [small|full]. The dump holds the
+// exception alone unless it is to be one of the system's: those take seconds, the full ones a minute of a
+// busy machine.
 #include <windows.h>
 
-#include <cwchar>
+#include <string>
 
+#include "BriefDump.h"
 #include "CrashState.h"
 #include "Deaths.h"
 #include "Places.h"
@@ -17,6 +19,11 @@ int wmain(int count, wchar_t** arguments)
         return wrongArguments;
     }
     InitCrashHandler(0, arguments[2], arguments[1]);
-    s_bFullDump = count > 5 && std::wcscmp(arguments[5], L"full") == 0;
+    const std::wstring dump = count > 5 ? arguments[5] : L"";
+    s_bFullDump = dump == L"full";
+    if (dump.empty())
+    {
+        ReplaceDumpWriter(&WriteBriefDump);
+    }
     return DieIn(arguments[3], arguments[4]) ? 0 : wrongArguments;
 }

@@ -9,9 +9,10 @@
 #include <thread>
 #include <vector>
 
+#include "BriefDump.h"
 #include "CrashState.h"
-#include "DbghelpTable.h"
 #include "Deaths.h"
+#include "ImportPatch.h"
 #include "LogCapture.h"
 #include "VzComn_LogFront.h"
 #include "util_CrashHandler.h"
@@ -125,12 +126,6 @@ BOOL WINAPI FaultingDumpWriter(HANDLE /*process*/, DWORD /*id*/, HANDLE /*file*/
     return FALSE;
 }
 
-void ReplaceDumpWriter(decltype(&::MiniDumpWriteDump) writer)
-{
-    s_pDbghelpTable->addresses[std::size(DbghelpTable::functions) - 2] =
-        reinterpret_cast<FARPROC>(reinterpret_cast<void*>(writer));
-}
-
 void InDumpWriter()
 {
     ReplaceDumpWriter(&FaultingDumpWriter);
@@ -176,10 +171,16 @@ void WhileLogIsHeld()
     Die();
 }
 
-// The log never lets the thread that crashes go on.
+void WINAPI SleepBriefly(DWORD milliseconds)
+{
+    SleepEx(milliseconds / 100, FALSE);
+}
+
+// The log never lets the thread that crashes go on. The minute that the handling may take is shorter here.
 void WithHangingLog()
 {
-    StartLog().Writer().duringTrace = [](const wchar_t* /*line*/) { Sleep(INFINITE); };
+    static const TestSupport::ImportPatch sleep(nullptr, "Sleep", &SleepBriefly);
+    StartLog().Writer().duringTrace = [](const wchar_t* /*line*/) { SleepEx(INFINITE, FALSE); };
     Die();
 }
 

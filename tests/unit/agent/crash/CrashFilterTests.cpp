@@ -53,13 +53,13 @@ HANDLE WINAPI RefuseEvent(DWORD /*access*/, BOOL /*inherit*/, const wchar_t* /*n
     return nullptr;
 }
 
-DWORD g_access = 0;
+DWORD g_eventAccess = 0;
 DWORD g_inherit = 1;
 
 HANDLE WINAPI RecordProcess(DWORD access, BOOL inherit, DWORD id)
 {
     EXPECT_EQ(id, GetCurrentProcessId());
-    g_access = access;
+    g_eventAccess = access;
     g_inherit = static_cast<DWORD>(inherit);
     HANDLE process = nullptr;
     DuplicateHandle(GetCurrentProcess(), GetCurrentProcess(), GetCurrentProcess(), &process, 0, FALSE,
@@ -88,7 +88,7 @@ TEST_F(CrashFilterTest, OpensItsOwnProcessWithAllRights)
     Arm();
     const ImportPatch open(nullptr, "OpenProcess", &RecordProcess);
     CrashFilter(&exception);
-    EXPECT_EQ(g_access, 0x1FFFFFU);
+    EXPECT_EQ(g_eventAccess, 0x1FFFFFU);
     EXPECT_EQ(g_inherit, 0U);
 }
 
