@@ -8,24 +8,27 @@ from collections.abc import Callable, Iterator
 import pytest
 
 from crash import ACCESS_VIOLATION, END_LIMIT, NOWHERE, CrashScene, WatchdogSignal, read_dump, remove
-from desktop import Process, wait_until
+from desktop import wait_until
+from host import HostService
 from product import Product, ProductPath
 
 WRITING = ": [ERROR]  [Crash] start to write dump by Crash Handler request."
 WATCH = "==> CVzRpcClientHelper::ReconnectProc"
 SPLASH = "NorvaneSoftMelvio uiDeskTray.exe splash"
-BY_EXCEPTION, BY_ABORT = 0x20474343, 0x40000015
+BY_ABORT = 0x40000015
+REGISTER, UNREGISTER = 0x2052, 0x2053
 PROMPT = 10.0  # seconds for an end without a dump
 
 
 class Death(CrashScene):
     """A registered agent without a watchdog, but with the watchdog's event."""
 
-    def __init__(self, product: Product, mode: str) -> None:
+    def __init__(self, product: Product, mode: str, registered: bool) -> None:
         super().__init__(product)
         self.signal = WatchdogSignal(product)
-        self.agent = product.start_running(mode)
-        self.host.wait_for_event(self.agent.number, 18)
+        self.agent = product.start(mode)
+        if registered:
+            self.host.wait_for_event(self.agent.number, 18)
 
     def assert_handled(self, code: int = ACCESS_VIOLATION) -> int:
         """The agent has died of that, and one thread has handled it. That thread."""
@@ -61,8 +64,8 @@ Start = Callable[..., Death]
 def start(product: Product) -> Iterator[Start]:
     started: list[Death] = []
 
-    def begin(mode: str = "2") -> Death:
-        started.append(Death(product, mode))
+    def begin(mode: str = "2", registered: bool = True) -> Death:
+        started.append(Death(product, mode, registered))
         return started[-1]
 
     yield begin
@@ -192,6 +195,24 @@ def test_the_thread_of_the_splash_faults(start: Callable[..., Death]) -> None:
     assert death.assert_handled() == splash.thread
 
 
+def test_a_crash_before_the_service_has_answered_is_handled(start: Start, product: Product) -> None:
+    HostService(product).answer(0, REGISTER, "--delay", "5000", "--times", "1")
+    death = start(registered=False)
+    product.wait_for_log("==> CVzRpcClientHelper::RegisterProcess", death.agent)
+    death.forbid_dumps()
+    death.inject(death.agent)
+    death.assert_handled()
+    assert not death.product.log_lines("Create thread for waiting exit event...", death.agent)
+
+
+def test_a_crash_while_the_agent_ends_is_handled(death: Death) -> None:
+    death.host.answer(0, UNREGISTER, "--delay", "5000", "--times", "1")
+    death.product.signal_exit()
+    death.product.wait_for_log("==> CVzRpcClientHelper::UnregisterProcess", death.agent)
+    death.inject(death.agent)
+    death.assert_handled()
+
+
 def test_all_threads_fault_at_once(death: Death) -> None:
     probe, frame = death.product.desktop.probe, death.product.frame()
     probe.request("suspend", process=death.agent.number)
@@ -207,7 +228,6 @@ def test_the_channels_speak_although_the_log_is_off(product: Product, product_pa
     product.write_log_settings(level=0, enable=0)
     product_path.set(product.windows_root)
     scene, agent = CrashScene(product), product.start("2")
-    product.wait_until_waiting()
     scene.host.wait_for_event(agent.number, 18)
     scene.forbid_dumps()
     scene.inject(agent)
