@@ -56,7 +56,9 @@ TEST(TempDirTest, GivesBackTheBytesAndLeavesNothingBehind)
         path = folder.Path();
         folder.Write(L"sub\\file.bin", std::string_view("a\r\n\0b\x1a", 6));
         EXPECT_EQ(folder.Read(L"sub\\file.bin"), std::string("a\r\n\0b\x1a", 6));
+        EXPECT_EQ(folder.SizeOf(L"sub\\file.bin"), 6U);
         EXPECT_EQ(folder.Read(L"absent"), "");
+        EXPECT_EQ(folder.SizeOf(L"absent"), 0U);
     }
     EXPECT_EQ(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES);
 }

@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace TestSupport
@@ -49,10 +48,26 @@ std::wstring TempDir::Write(const std::wstring& name, std::string_view bytes) co
     return path.wstring();
 }
 
+// All at once: taken one by one, the bytes of a log cost more than it does to write them.
 std::string TempDir::Read(const std::wstring& name) const
 {
-    std::ifstream file(fs::path(Path(name)), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ifstream file(fs::path(Path(name)), std::ios::binary | std::ios::ate);
+    if (!file)
+    {
+        return {};
+    }
+    std::string bytes(static_cast<std::size_t>(file.tellg()), '\0');
+    file.seekg(0);
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<std::size_t>(file.gcount()));
+    return bytes;
+}
+
+// Not what the folder says, which may lag behind a file that is open.
+std::size_t TempDir::SizeOf(const std::wstring& name) const
+{
+    std::ifstream file(fs::path(Path(name)), std::ios::binary | std::ios::ate);
+    return file ? static_cast<std::size_t>(file.tellg()) : 0;
 }
 
 } // namespace TestSupport

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,9 @@ public:
 
     // The bytes of a file of this folder; empty if there is none.
     [[nodiscard]] std::string Read(const std::wstring& name) const;
+
+    // As Read().size(), for a file that is asked again and again while it grows.
+    [[nodiscard]] std::size_t SizeOf(const std::wstring& name) const;
 
 private:
     std::wstring m_path;
