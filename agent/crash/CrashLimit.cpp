@@ -47,7 +47,7 @@ void StartCrashLimit()
     {
         return;
     }
-    constexpr SIZE_T stack = 256 * 1024;
+    constexpr SIZE_T stack = SIZE_T{256} * 1024;
     s_hBegun.Reset(CreateSemaphoreW(nullptr, 0, MAXLONG, nullptr));
     if (s_hBegun)
     {

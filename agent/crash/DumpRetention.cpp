@@ -28,7 +28,7 @@ struct DumpListEntry
 
 struct DumpList
 {
-    std::array<DumpListEntry, 50> rows;
+    std::array<DumpListEntry, 50> rows{};
     std::size_t count = 0;
 };
 
