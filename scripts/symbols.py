@@ -9,6 +9,8 @@ a file of another build than the one that crashed is not used, for its names wou
 from __future__ import annotations
 
 import argparse
+import bisect
+import functools
 import importlib.machinery
 import importlib.util
 import re
@@ -22,6 +24,8 @@ from typing import Any
 
 _ROOT = Path(__file__).resolve().parents[1]
 _MOST_FRAMES = 64
+_MOST_FOUND = 24
+_MOST_STACK = 0x1000000
 _HEADER_SIZE = 0x1000
 
 _EXCEPTIONS = {
@@ -35,7 +39,12 @@ _EXCEPTIONS = {
     0xC00000FD: "stack overflow",
     0xC0000374: "heap corruption",
     0xC0000409: "fail fast",
+    0x20474343: "uncaught C++ exception",
+    0x40000015: "abort",
 }
+
+# Where threads begin: a walk that gets there has seen the whole stack.
+_FIRST_FUNCTIONS = {"BaseThreadInitThunk", "RtlUserThreadStart"}
 
 
 def _load_lldb() -> Any:
@@ -204,16 +213,26 @@ def exception_of(thread: Any) -> tuple[int, int] | None:
     return (int(found[1], 16), int(found[2], 16)) if found else None
 
 
-def names_of(frame: Any, debug_file: Path) -> list[tuple[str, str]]:
+@functools.cache
+def functions_of(debug_file: Path) -> tuple[list[int], list[str]]:
+    """Where the functions begin, and their names: also of the runtime's, which has no debug information."""
+    done = subprocess.run(["x86_64-w64-mingw32-nm", "-n", "-C", debug_file], capture_output=True, text=True, check=True)
+    rows = [line.split(maxsplit=2) for line in done.stdout.splitlines()]
+    rows = [row for row in rows if len(row) == 3 and row[1] in "tT" and not row[2].startswith(".")]
+    return [int(row[0], 16) for row in rows], [row[2] for row in rows]
+
+
+def names_of(address: int, debug_file: Path) -> list[tuple[str, str]]:
     """Function and line, innermost first: more than one where functions were inlined. LLDB's knowledge of the debug
     information in such files is incomplete, so the tool of the tool chain gives the names."""
-    address = frame.GetPCAddress().GetFileAddress()
-    # A caller is at the instruction behind its call, which may be another line's or even another function's.
-    address -= 1 if frame.GetFrameID() > 0 else 0
     done = subprocess.run(["x86_64-w64-mingw32-addr2line", "-f", "-i", "-C", "-e", debug_file, hex(address)],
                           capture_output=True, text=True, check=True)
     lines = done.stdout.splitlines()
-    return list(zip(lines[::2], map(place_in_sources, lines[1::2]), strict=True))
+    if lines[0] != "??":
+        return list(zip(lines[::2], map(place_in_sources, lines[1::2]), strict=True))
+    places, names = functions_of(debug_file)
+    before = bisect.bisect_right(places, address)
+    return [(names[before - 1] if before else "?", "")]
 
 
 def place_in_sources(place: str) -> str:
@@ -228,21 +247,78 @@ def place_in_sources(place: str) -> str:
     return place
 
 
-def show_frame(frame: Any, chosen: dict[str, Symbols]) -> None:
-    module = frame.GetModule().GetFileSpec().GetFilename() or "?"
+def show_place(mark: str, dump: Dump, address: int, chosen: dict[str, Symbols], is_caller: bool = True) -> None:
+    """A caller is at the instruction behind its call, which may be another line's or even another function's."""
+    place = dump.target.ResolveLoadAddress(address - is_caller)
+    module = place.GetModule().GetFileSpec().GetFilename() or "?"
     debug_file = chosen.get(module.lower(), Symbols()).debug_file
-    names = names_of(frame, debug_file) if debug_file else [(frame.GetFunctionName() or "?", "")]
-    for index, (function, place) in enumerate(names):
+    if debug_file:
+        names = names_of(place.GetFileAddress(), debug_file)
+    else:
+        names = [(place.GetFunction().GetName() or place.GetSymbol().GetName() or "?", "")]
+    for index, (function, line) in enumerate(names):
         inlined = " [inlined]" if index + 1 < len(names) else ""
-        print(f"  {frame.GetFrameID():3}  {frame.GetPC():#018x}  {module}  {function}{inlined}  {place}".rstrip())
+        print(f"  {mark:>3}  {address:#018x}  {module}  {function}{inlined}  {line}".rstrip())
 
 
-def show_stack(thread: Any, chosen: dict[str, Symbols]) -> None:
-    count = thread.GetNumFrames()
-    for index in range(min(count, _MOST_FRAMES)):
-        show_frame(thread.GetFrameAtIndex(index), chosen)
-    if count > _MOST_FRAMES:
-        print(f"  and {count - _MOST_FRAMES} more")
+def code_of(dump: Dump, chosen: dict[str, Symbols]) -> list[range]:
+    """Where the code lies of the modules that have debug information."""
+    own = (module for module in dump.modules() if chosen[module.GetFileSpec().GetFilename().lower()].debug_file)
+    sections = (section for module in own for section in module.section_iter())
+    code = [section for section in sections if section.GetSectionType() == lldb.eSectionTypeCode]
+    starts = [(section.GetLoadAddress(dump.target), section.GetByteSize()) for section in code]
+    return sorted((range(start, start + size) for start, size in starts), key=lambda part: part.start)
+
+
+def is_behind_call(dump: Dump, address: int) -> bool:
+    longest = 7
+    code = dump.target.ReadMemory(dump.target.ResolveLoadAddress(address - longest), longest, lldb.SBError())
+    if not code or len(code) < longest:
+        return False
+    through_address = any(code[-n] == 0xFF and code[1 - n] & 0x38 == 0x10 for n in (2, 3, 4, 6, 7))
+    return through_address or code[-5] == 0xE8
+
+
+def stack_above(dump: Dump, stack_pointer: int) -> bytes:
+    """What the dump holds of it."""
+    stack = b""
+    while len(stack) < _MOST_STACK:
+        next_page = (stack_pointer + len(stack) | 0xFFF) + 1
+        error = lldb.SBError()
+        part = dump.process.ReadMemory(stack_pointer + len(stack), next_page - stack_pointer - len(stack), error)
+        if error.Fail() or not part:
+            break
+        stack += part
+    return stack
+
+
+def show_found(dump: Dump, stack_pointer: int, chosen: dict[str, Symbols]) -> None:
+    """What looks like a caller in our own programs, each place once: the walk gives up at overwritten stacks, and at
+    functions that say nothing, or something that LLDB does not understand, about their frames."""
+    code = code_of(dump, chosen)
+    starts = [part.start for part in code]
+    stack = stack_above(dump, stack_pointer)
+    found: list[int] = []
+    for (value,) in struct.iter_unpack("<Q", stack[: len(stack) & ~7]):
+        part = bisect.bisect_right(starts, value) - 1
+        if part >= 0 and value in code[part] and value not in found and is_behind_call(dump, value):
+            found.append(value)
+        if len(found) == _MOST_FOUND:
+            break
+    if found:
+        print("  the walk ends here; calls that have left their traces further up, some of them over already:")
+    for value in found:
+        show_place("?", dump, value, chosen)
+
+
+def show_stack(dump: Dump, thread: Any, chosen: dict[str, Symbols]) -> None:
+    frames = [thread.GetFrameAtIndex(index) for index in range(thread.GetNumFrames())]
+    for index, frame in enumerate(frames[:_MOST_FRAMES]):
+        show_place(str(index), dump, frame.GetPC(), chosen, is_caller=index > 0)
+    if len(frames) > _MOST_FRAMES:
+        print(f"  and {len(frames) - _MOST_FRAMES} more")
+    elif not _FIRST_FUNCTIONS.intersection(frame.GetFunctionName() for frame in frames):
+        show_found(dump, frames[-1].GetSP(), chosen)
 
 
 def show_exception(dump: Dump) -> Any:
@@ -274,11 +350,11 @@ def show(dump: Dump, chosen: dict[str, Symbols], all_threads: bool) -> None:
     show_modules(dump, chosen)
     if crashed is not None:
         print("\nstack of the thread that crashed")
-        show_stack(crashed, chosen)
+        show_stack(dump, crashed, chosen)
     for thread in dump.process if all_threads else []:
         if crashed is None or thread.GetThreadID() != crashed.GetThreadID():
             print(f"\nstack of thread {thread.GetThreadID()} ({thread.GetThreadID():#x})")
-            show_stack(thread, chosen)
+            show_stack(dump, thread, chosen)
 
 
 def main() -> int:

@@ -5,40 +5,17 @@ from __future__ import annotations
 import os
 import re
 import shutil
-import subprocess
-from dataclasses import dataclass
 from pathlib import Path
 
 import pytest
+from dumps import Crash, line_of, read_dump, run, stack, windows_path
 
-_ROOT = Path(__file__).resolve().parents[2]
 _FAULTING = Path(os.environ["QX_FAULTING"])
-_LIMIT = 120
-
-
-@dataclass(frozen=True)
-class Crash:
-    dump: Path
-    thread: int  # as the program itself printed it
-
-    def read(self, programs: Path = _FAULTING.parent, *options: str) -> str:
-        done = read_dump(self.dump, "--programs", str(programs), *options)
-        assert done.returncode == 0, done.stderr
-        return done.stdout
-
-
-def read_dump(file: Path, *options: str) -> subprocess.CompletedProcess[str]:
-    command = ["/usr/bin/python3", str(_ROOT / "scripts/symbols.py"), str(file), *options]
-    return subprocess.run(command, capture_output=True, text=True, check=False, timeout=_LIMIT)
 
 
 def crash(folder: Path, kind: str, *options: str) -> Crash:
-    dump = folder / f"{kind}.dmp"
-    windows_dump = "Z:" + str(dump).replace("/", "\\")
-    command = [str(_ROOT / "scripts/winerun"), str(_FAULTING), kind, windows_dump, *options]
-    done = subprocess.run(command, capture_output=True, text=True, check=False, timeout=_LIMIT)
-    assert done.returncode == 1, f"the dump was not written: {done}"
-    return Crash(dump, int(done.stdout))
+    dump = folder / f"{kind}{''.join(options)}.dmp"
+    return Crash(dump, _FAULTING, int(run(_FAULTING, kind, windows_path(dump), *options)))
 
 
 @pytest.fixture(scope="module")
@@ -47,45 +24,32 @@ def folder(tmp_path_factory: pytest.TempPathFactory) -> Path:
 
 
 @pytest.fixture(scope="module")
-def crashed(folder: Path) -> Crash:
+def full(folder: Path) -> Crash:
     return crash(folder, "write")
 
 
-def stack(report: str) -> list[str]:
-    """The lines below the heading of the stack of the thread that crashed."""
-    lines = report.split("\nstack of the thread that crashed\n", 1)[1].split("\n\n", 1)[0].splitlines()
-    return [re.sub(r"^ +\d+ +0x[\da-f]{16}  ", "", line) for line in lines]
+@pytest.fixture(scope="module")
+def small(folder: Path) -> Crash:
+    return crash(folder, "write", "small")
 
 
-def functions(report: str) -> list[str]:
-    """Those of the program, the innermost first."""
-    found = (re.match(r"Faulting\.exe  (?:\(anonymous namespace\)::)?(\w+)", line) for line in stack(report))
-    return [line[1] for line in found if line]
-
-
-def line_of(text: str) -> int:
-    source = (_ROOT / "tests/programs/Faulting/Faulting.cpp").read_text("utf-8").splitlines()
-    return next(number for number, line in enumerate(source, 1) if text in line)
-
-
-def test_the_exception_and_its_thread_are_told(crashed: Crash) -> None:
-    report = crashed.read()
+def test_the_exception_and_its_thread_are_told(small: Crash) -> None:
+    report = small.read()
     assert re.match(r"exception  0xc0000005 access violation at 0x[\da-f]{16}\n", report)
-    assert f"\nthread     {crashed.thread} ({crashed.thread:#x}) of " in report
+    assert f"\nthread     {small.thread} ({small.thread:#x}) of " in report
 
 
-def test_the_modules_are_listed_with_their_places(crashed: Crash) -> None:
-    listed = crashed.read().split("\nmodules\n", 1)[1].split("\n\n", 1)[0].splitlines()
+def test_the_modules_are_listed_with_their_places(small: Crash) -> None:
+    listed = small.read().split("\nmodules\n", 1)[1].split("\n\n", 1)[0].splitlines()
     names = [re.fullmatch(r"  0x[\da-f]{16}  (\S+)(?:  .*)?", line)[1].lower() for line in listed]  # type: ignore[index]
     assert {"faulting.exe", "ntdll.dll", "kernel32.dll", "dbghelp.dll"} <= set(names)
     (own,) = (line for line in listed if "Faulting.exe" in line)
-    assert own.endswith("symbols of Faulting.exe.debug")
+    assert "symbols of Faulting.exe.debug" in own
 
 
-def test_the_stack_names_the_faulting_function_and_its_callers(crashed: Crash) -> None:
-    report = crashed.read()
-    assert functions(report)[:4] == ["WriteToNothing", "FaultAs", "FaultWhere", "wmain"]
-    assert stack(report)[0].endswith(f"tests/programs/Faulting/Faulting.cpp:{line_of('*where = 1;')}")
+def test_the_stack_names_the_faulting_function_and_its_callers(small: Crash) -> None:
+    assert small.functions()[:4] == ["WriteToNothing", "FaultAs", "FaultWhere", "wmain"]
+    assert stack(small.read())[0].endswith(line_of("tests/programs/Faulting/Faulting.cpp", "*where = 1;"))
 
 
 @pytest.mark.parametrize(
@@ -101,13 +65,14 @@ def test_other_faults_are_told_as_well(folder: Path, kind: str, code: int, name:
     report = other.read()
     assert report.startswith(f"exception  {code:#010x} {name}".rstrip() + " at ")
     assert f"\nthread     {other.thread} (" in report
-    assert functions(report)[: len(top)] == top
+    assert other.functions()[: len(top)] == top
 
 
-def test_a_full_and_a_small_dump_name_the_same_functions(folder: Path, crashed: Crash, tmp_path: Path) -> None:
-    small = crash(tmp_path, "write", "small")
-    assert functions(small.read()) == functions(crashed.read())
-    assert small.dump.stat().st_size < crashed.dump.stat().st_size
+def test_a_full_and_a_small_dump_tell_the_same(full: Crash, small: Crash) -> None:
+    assert full.read().startswith("exception  0xc0000005 access violation at ")
+    assert f"\nthread     {full.thread} (" in full.read()
+    assert full.functions() == small.functions()
+    assert full.dump.stat().st_size > small.dump.stat().st_size
 
 
 def test_all_threads_are_shown_on_demand(folder: Path) -> None:
@@ -117,36 +82,36 @@ def test_all_threads_are_shown_on_demand(folder: Path) -> None:
     assert str(threads.thread) not in waiting.splitlines()[0].split()
 
 
-def test_a_program_of_another_build_is_not_used(crashed: Crash, tmp_path: Path) -> None:
+def test_a_program_of_another_build_is_not_used(full: Crash, tmp_path: Path) -> None:
     shutil.copy(_FAULTING.with_name("Faulting.exe.debug"), tmp_path)
     other = bytearray(_FAULTING.read_bytes())
     other[int.from_bytes(other[0x3C:0x40], "little") + 0x58] ^= 1  # the checksum in the header
     (tmp_path / "Faulting.exe").write_bytes(other)
-    report = crashed.read(tmp_path)
+    report = full.read(tmp_path)
     assert "Faulting.exe  not used: the file here is of another build" in report
-    assert functions(report) == []
+    assert full.functions(report) == []
 
 
-def test_debug_information_of_another_build_is_not_used(crashed: Crash, tmp_path: Path) -> None:
+def test_debug_information_of_another_build_is_not_used(full: Crash, tmp_path: Path) -> None:
     shutil.copy(_FAULTING, tmp_path)
     (tmp_path / "Faulting.exe.debug").write_bytes(_FAULTING.with_name("Faulting.exe.debug").read_bytes() + b"\0")
-    report = crashed.read(tmp_path)
+    report = full.read(tmp_path)
     assert "Faulting.exe  its debug information is not here, or of another build" in report
     assert "WriteToNothing" not in report
 
 
-def test_debug_information_is_found_in_the_folder_beside(crashed: Crash, tmp_path: Path) -> None:
+def test_debug_information_is_found_in_the_folder_beside(small: Crash, tmp_path: Path) -> None:
     (tmp_path / "tree/win32").mkdir(parents=True)
     (tmp_path / "tree.debug").mkdir()
     shutil.copy(_FAULTING, tmp_path / "tree/win32/FAULTING.EXE")
     shutil.copy(_FAULTING.with_name("Faulting.exe.debug"), tmp_path / "tree.debug")
-    assert "WriteToNothing" in crashed.read(tmp_path / "tree")
+    assert "WriteToNothing" in small.read(tmp_path / "tree")
 
 
-def test_without_the_program_the_rest_is_told(crashed: Crash, tmp_path: Path) -> None:
-    report = crashed.read(tmp_path)
+def test_without_the_program_the_rest_is_told(small: Crash, tmp_path: Path) -> None:
+    report = small.read(tmp_path)
     assert report.startswith("exception  0xc0000005 access violation")
-    assert f"\nthread     {crashed.thread} (" in report
+    assert f"\nthread     {small.thread} (" in report
     assert "Faulting.exe" in report and "WriteToNothing" not in report
 
 
@@ -165,8 +130,8 @@ def test_a_missing_file_is_refused(tmp_path: Path) -> None:
     assert "none.dmp is not read: " in done.stderr
 
 
-def test_a_dump_that_was_cut_off_is_refused_or_told_as_far_as_it_goes(crashed: Crash, tmp_path: Path) -> None:
-    content = crashed.dump.read_bytes()
+def test_a_dump_that_was_cut_off_is_refused_or_told_as_far_as_it_goes(small: Crash, tmp_path: Path) -> None:
+    content = small.dump.read_bytes()
     for size in (100, 1000, len(content) // 2):
         file = tmp_path / f"{size}.dmp"
         file.write_bytes(content[:size])
