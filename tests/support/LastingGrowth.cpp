@@ -1,5 +1,6 @@
 #include "LastingGrowth.h"
 
+#include "IdlePools.h"
 #include "ObjectCounts.h"
 #include "WaitUntil.h"
 
@@ -17,7 +18,8 @@ namespace
 
 constexpr int repetitions = 100;
 
-// Threads of the link's pools go when they have had no work for ten seconds.
+// Threads of the link's pools go when they are told to, those that idled before at the end of their ten
+// seconds.
 constexpr std::chrono::seconds patience{20};
 
 // What else is just ending.
@@ -35,12 +37,14 @@ std::string DescribeMemory(std::size_t before, std::size_t after)
 }
 
 // Waits until no more threads are there than before.
-void WaitForThreads(std::size_t before)
+void WaitForThreads(IdlePools& pools, std::size_t before)
 {
-    static_cast<void>(WaitUntil([before] { return CountObjects().threads <= before; }, patience));
+    pools.End(true);
+    static_cast<void>(WaitUntil([before] { return CountThreads() <= before; }, patience));
+    pools.End(false);
 }
 
-std::string GrowthOfHundred(const std::function<void()>& operation)
+std::string GrowthOfHundred(IdlePools& pools, const std::function<void()>& operation)
 {
     const ObjectCounts before = CountObjects();
     const std::size_t memory = PrivateBytes();
@@ -48,7 +52,7 @@ std::string GrowthOfHundred(const std::function<void()>& operation)
     {
         operation();
     }
-    WaitForThreads(before.threads);
+    WaitForThreads(pools, before.threads);
     std::string growth;
     static_cast<void>(WaitUntil(
         [&]
@@ -72,16 +76,17 @@ std::size_t PrivateBytes()
 
 std::string LastingGrowthOf(const std::function<void()>& operation)
 {
+    IdlePools pools;
     const std::size_t quiet = CountObjects().threads;
     for (int i = 0; i < 3; ++i)
     {
         operation();
     }
-    WaitForThreads(quiet); // idle ones would hide as much growth as they hold themselves
-    std::string growth = GrowthOfHundred(operation);
+    WaitForThreads(pools, quiet); // idle ones would hide as much growth as they hold themselves
+    std::string growth = GrowthOfHundred(pools, operation);
     for (int again = 0; again < 2 && !growth.empty(); ++again)
     {
-        growth = GrowthOfHundred(operation);
+        growth = GrowthOfHundred(pools, operation);
     }
     return growth;
 }

@@ -1,6 +1,7 @@
 // No process can use up the service alone, and nobody holds a connection without saying who it is.
 #include "RawPipe.h"
 
+#include "IdlePools.h"
 #include "ImportPatch.h"
 #include "ObjectCounts.h"
 #include "Processes.h"
@@ -203,6 +204,7 @@ TEST_F(ShareTest, ACallForWhichNoThreadIsLeftIsRefused)
 // Threads that many calls at once took end when they have had nothing to do for ten seconds.
 TEST_F(ShareTest, ABurstOfCallsLeavesNothingBehind)
 {
+    TestSupport::IdlePools pools;
     const TestSupport::ObjectCounts before = TestSupport::CountObjects();
     {
         const RawPipe pipe;
@@ -215,6 +217,7 @@ TEST_F(ShareTest, ABurstOfCallsLeavesNothingBehind)
             EXPECT_EQ(StatusOfNext(pipe), success);
         }
     }
+    pools.End(true);
     // One or two threads stay at the port, and the system has things of its own for the first ones.
     TestSupport::ObjectCounts after;
     EXPECT_TRUE(WaitUntil(
