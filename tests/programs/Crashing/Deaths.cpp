@@ -46,20 +46,17 @@ void Divide()
     __asm__ volatile("xorl %%edx, %%edx\n\tmovl $1, %%eax\n\tidivl %%edx" : : : "eax", "edx", "cc");
 }
 
-[[gnu::noinline]] int Recurse(int depth) // NOLINT(misc-no-recursion)
+// Through a pointer: a compiler makes a loop of a recursion that it sees through.
+int Recurse(int depth) // NOLINT(misc-no-recursion)
 {
     volatile char used[4096];
     used[0] = static_cast<char>(depth);
-    if (depth < 0)
-    {
-        return 0;
-    }
-    return Recurse(depth + 1) + used[0];
+    return Hidden(&Recurse)(depth + 1) + used[0];
 }
 
 void Overflow()
 {
-    Recurse(Hidden(0));
+    Recurse(0);
 }
 
 void Illegal()
@@ -131,11 +128,11 @@ void RaiseAbort()
 
 struct Abstract
 {
-    Abstract() { CallBack(); }
+    Abstract() { Hidden(this)->CallBack(); }
 
     virtual ~Abstract() = default;
 
-    void CallBack() { Missing(); }
+    [[gnu::noinline]] void CallBack() { Missing(); }
 
     virtual void Missing() = 0;
 };
