@@ -5,7 +5,7 @@ Arguments: the build folder, then the files (all product sources when there are 
 
 Most of the work on a file goes into the headers that it includes, so files that are built alike are checked
 together, as one source. Where a batch has a finding, or does not compile because two of its
-files use one name, each of its files is checked by itself, and that answer counts.
+files use one name, it is parted until a part is clean or one file is left, whose answer counts.
 """
 import concurrent.futures
 import json
@@ -92,11 +92,14 @@ def is_clean_together(files, options):
         return clean and not any(includes_twice(file) for file in files)
 
 
-def findings(batch, target):
-    options, files = list(batch[0]) + target, batch[1]
-    if len(files) > 1 and is_clean_together(files, options):
+def findings(files, options):
+    if len(files) == 1:
+        clean, text = tidy(files[0], options)
+        return [] if clean else [text]
+    if is_clean_together(files, options):
         return []
-    return [text for clean, text in (tidy(file, options) for file in files) if not clean]
+    # Neighbours by name are the likeliest to use one name for two things.
+    return findings(files[::2], options) + findings(files[1::2], options)
 
 
 def main():
@@ -106,7 +109,7 @@ def main():
     target = target_options()
     found = False
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for texts in pool.map(lambda batch: findings(batch, target), list(batches(files, options))):
+        for texts in pool.map(lambda batch: findings(batch[1], [*batch[0], *target]), list(batches(files, options))):
             for text in texts:
                 found = True
                 print(text, flush=True)
