@@ -85,6 +85,17 @@ TEST_F(DumpNameTest, AnEarlierDumpOfTheSameSecondIsReplaced)
     EXPECT_EQ(folder.Read(L"Norvane Soft\\Melvio\\dump\\Melvio20010909_010203Full.dmp"), "MDMP");
 }
 
+TEST_F(DumpNameTest, MayEndAtTheLongestPathOfTheSystem)
+{
+    Arm();
+    const std::wstring name = L"\\Melvio20010909_010203Full.dmp";
+    std::wstring deep = folder.Path(L"deep");
+    deep.resize(MAX_PATH - 1 - name.size(), L'p');
+    Write(&exception, deep);
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [INFO] Crash dump generation succeed at path: " + deep + name));
+    EXPECT_TRUE(std::filesystem::exists(deep + name));
+}
+
 TEST_F(CrashDumpTest, IsAFullOneOfTheOwningThread)
 {
     Arm();

@@ -53,6 +53,16 @@ HANDLE WINAPI RefuseEvent(DWORD /*access*/, BOOL /*inherit*/, const wchar_t* /*n
     return nullptr;
 }
 
+std::wstring g_openedEvent;
+
+HANDLE WINAPI RecordOpening(DWORD access, BOOL inherit, const wchar_t* name)
+{
+    EXPECT_EQ(access, 2U);
+    EXPECT_FALSE(inherit);
+    g_openedEvent = name;
+    return nullptr;
+}
+
 DWORD g_eventAccess = 0;
 DWORD g_inherit = 1;
 
@@ -121,6 +131,14 @@ TEST_F(CrashFilterTest, AnObjectOfAnotherKindUnderTheEventsNameIsNoError)
     EXPECT_EQ(Steps().back(), L"end 1");
 }
 
+TEST_F(CrashFilterTest, AsksForNoRightBeyondTheSignal)
+{
+    Arm(eventName);
+    const ImportPatch open(nullptr, "OpenEventW", &RecordOpening);
+    CrashFilter(nullptr);
+    EXPECT_EQ(g_openedEvent, eventName);
+}
+
 TEST_F(CrashFilterTest, NobodyIsToldWithoutAnEventsName)
 {
     Arm();
@@ -152,6 +170,17 @@ TEST_F(CrashFilterTest, BothLibrariesAreNeededForADump)
     EXPECT_THAT(Steps(), Not(Contains(dumpLine)));
     EXPECT_EQ(Steps().back(), L"end 1");
     s_bPsapiLoaded = true;
+}
+
+TEST_F(CrashFilterTest, TheWriterOfDumpsAloneIsMissed)
+{
+    Arm();
+    s_bDbghelpLoaded = false;
+    CrashFilter(&exception);
+    EXPECT_THAT(Files(), IsEmpty());
+    EXPECT_THAT(Steps(), Not(Contains(dumpLine)));
+    EXPECT_EQ(Steps().back(), L"end 1");
+    s_bDbghelpLoaded = true;
 }
 
 TEST_F(CrashFilterTest, WithoutTheMainLogTheChannelsWriteAllTheSame)

@@ -84,6 +84,11 @@ HANDLE WINAPI RecordEvent(SECURITY_ATTRIBUTES* security, BOOL manual, BOOL signa
     return CreateEventA(nullptr, manual, signalled, nullptr);
 }
 
+FARPROC WINAPI FindNoFunction(HMODULE /*module*/, const char* /*name*/)
+{
+    return nullptr;
+}
+
 BOOL WINAPI NeverCode(FARPROC /*address*/)
 {
     return TRUE;
@@ -170,6 +175,18 @@ TEST_F(CrashInitTest, AFolderThatExistsIsSwept)
     Init();
     EXPECT_THAT(Files(), ElementsAre(L"0", L"1", L"2"));
     EXPECT_EQ(CurrentFilter(), &TopLevelFilter);
+}
+
+TEST_F(CrashInitTest, WithoutItsLibrariesThereIsAHandlerAllTheSame)
+{
+    PutFile(L"empty.dmp", 0, "");
+    {
+        const ImportPatch resolve(nullptr, "GetProcAddress", &FindNoFunction);
+        Init();
+    }
+    EXPECT_FALSE(s_bDbghelpLoaded || s_bPsapiLoaded);
+    EXPECT_EQ(CurrentFilter(), &TopLevelFilter);
+    EXPECT_THAT(Files(), IsEmpty()) << "the folder is swept";
 }
 
 TEST_F(CrashInitTest, AFileInThePlaceOfTheFolderCountsAsTheFolder)

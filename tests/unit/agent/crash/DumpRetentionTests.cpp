@@ -79,6 +79,28 @@ TEST_F(DumpRetentionTest, ThreeAreKeptIfTheLimitIsNoNumber)
     EXPECT_THAT(Files(), ElementsAre(L"00.dmp", L"01.dmp", L"02.dmp"));
 }
 
+TEST_F(DumpRetentionTest, ThreeAreKeptIfTheLimitIsANumberOfAnotherType)
+{
+    for (const DWORD type : {REG_BINARY, REG_QWORD})
+    {
+        const std::uint64_t keepAll = 0;
+        const std::size_t size = type == REG_QWORD ? sizeof(keepAll) : sizeof(DWORD);
+        registry.SetValue(HKEY_LOCAL_MACHINE, productKey, L"DumpNumberLimit", type, &keepAll, size,
+                          KEY_WOW64_64KEY);
+        PutFiles(5);
+        SweepDumpFolder();
+        EXPECT_THAT(Files(), ElementsAre(L"00.dmp", L"01.dmp", L"02.dmp"));
+    }
+}
+
+TEST_F(DumpRetentionTest, TheOnlyOneStays)
+{
+    SetLimit(1);
+    PutFiles(1);
+    SweepDumpFolder();
+    EXPECT_THAT(Files(), ElementsAre(L"00.dmp"));
+}
+
 TEST_F(DumpRetentionTest, AnEmptyFileGoesFromAFolderThatIsNotFull)
 {
     PutFiles(2);
@@ -179,6 +201,17 @@ TEST_F(DumpRetentionTest, AFileThatCannotBeDeletedStays)
                                                 FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     SweepDumpFolder();
     EXPECT_THAT(Files(), ElementsAre(L"00.dmp", L"02.dmp"));
+}
+
+TEST_F(DumpRetentionTest, AReadOnlyFileStaysAndKeepsNoOther)
+{
+    SetLimit(1);
+    PutFiles(4);
+    const std::wstring path = DumpFolder() + L"\\01.dmp";
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY);
+    SweepDumpFolder();
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    EXPECT_THAT(Files(), ElementsAre(L"00.dmp", L"01.dmp"));
 }
 
 TEST_F(DumpRetentionTest, AFolderWithoutFilesIsNoObstacle)
