@@ -37,24 +37,8 @@ bool Guarded(Operation operation) noexcept
     return false;
 }
 
-// Set when the process is dying, and when a turn was given up: the next ones are not waited for at all.
+// Set when the process is dying.
 constinit std::atomic<bool> s_waitsEnded{false};
-constinit std::atomic<bool> s_turnGivenUp{false};
-
-bool WaitForTurn(Synchronize::CriticalSection& lock)
-{
-    constexpr int rounds = 200; // of ten milliseconds
-    for (int round = 0; round < rounds && !s_turnGivenUp; ++round)
-    {
-        if (lock.TryLock())
-        {
-            return true;
-        }
-        Sleep(10);
-    }
-    s_turnGivenUp = true;
-    return lock.TryLock();
-}
 
 // Empty if the format is refused: the line is written all the same.
 std::wstring FormatMessageText(const wchar_t* format, va_list arguments)
@@ -111,10 +95,26 @@ private:
     {
         if (s_waitsEnded)
         {
-            return Caller() != GetCurrentThreadId() && WaitForTurn(log.callLock);
+            return Caller() != GetCurrentThreadId() && WaitForTurn();
         }
         log.callLock.Lock();
         return true;
+    }
+
+    // When a turn was given up, the next ones of the log are not waited for at all.
+    bool WaitForTurn()
+    {
+        constexpr int rounds = 200; // of ten milliseconds
+        for (int round = 0; round < rounds && !log.turnGivenUp; ++round)
+        {
+            if (log.callLock.TryLock())
+            {
+                return true;
+            }
+            Sleep(10);
+        }
+        log.turnGivenUp = true;
+        return log.callLock.TryLock();
     }
 
     // No order is needed: a thread asks for its own number only.

@@ -76,6 +76,7 @@ private:
     void* handle = nullptr; // of the log writer
     Synchronize::CriticalSection callLock;
     std::atomic<std::uint32_t> caller{0}; // the thread that holds callLock, 0 for none
+    std::atomic<bool> turnGivenUp{false};
 };
 
 } // namespace VzCommon

@@ -110,11 +110,7 @@ void TellOtherThreads(Course& /*course*/)
 
 void TellWatchdog(Course& /*course*/)
 {
-    if (s_crashEventName.empty())
-    {
-        return;
-    }
-    const VzCommon::KernelHandle event(OpenEventW(EVENT_MODIFY_STATE, FALSE, s_crashEventName.c_str()));
+    const VzCommon::KernelHandle event = OpenCrashEvent();
     if (event)
     {
         LOG_INFO << L"Set crash event...";

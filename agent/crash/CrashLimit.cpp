@@ -11,13 +11,17 @@ namespace
 {
 VzCommon::KernelHandle& s_hBegun = *new VzCommon::KernelHandle;
 VzCommon::KernelHandle& s_hLimitThread = *new VzCommon::KernelHandle;
+constexpr int secondsForHandling = crashTimeLimit / 1000;
+constexpr int secondsForDump = 10 * secondsForHandling;
+
 constinit std::atomic<bool> s_isDumpWritten{false}; // at this moment
+constinit std::atomic<int> s_secondsLeft{secondsForHandling};
 
 // Takes nothing from the heap.
 void EndProcess()
 {
     SetEvent(s_hCrashDoneEvent.Get());
-    const VzCommon::KernelHandle event(OpenEventW(EVENT_MODIFY_STATE, FALSE, s_crashEventName.c_str()));
+    const VzCommon::KernelHandle event = OpenCrashEvent();
     if (event)
     {
         SetEvent(event.Get());
@@ -26,16 +30,15 @@ void EndProcess()
     TerminateProcess(GetCurrentProcess(), exitCode);
 }
 
+// Second by second, so that the time in which a dump writer suspends this thread does not count.
 DWORD WINAPI LimitThread(void* /*argument*/)
 {
-    constexpr int roundsForDump = 10;
+    constexpr DWORD second = 1000;
     WaitForSingleObject(s_hBegun.Get(), INFINITE);
-    int rounds = 0;
-    do
+    while (s_secondsLeft-- > 0)
     {
-        Sleep(crashTimeLimit);
-        ++rounds;
-    } while (s_isDumpWritten && rounds < roundsForDump);
+        Sleep(second);
+    }
     EndProcess();
     return 0;
 }
@@ -63,5 +66,8 @@ void BeginCrashLimit()
 
 void AllowTimeForDump(bool isWriting)
 {
-    s_isDumpWritten = isWriting;
+    if (s_isDumpWritten.exchange(isWriting) != isWriting)
+    {
+        s_secondsLeft = isWriting ? secondsForDump : secondsForHandling;
+    }
 }

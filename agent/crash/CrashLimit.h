@@ -2,7 +2,8 @@
 
 // Bounds the time that the handling of a crash takes: it needs the log, the heap and the loader, and whoever
 // holds one of them may never let go. A thread of its own waits for a crash, and ends the process, with the
-// signals that the handling owes, when it is not through after a minute. The writing of the dump has ten.
+// signals that the handling owes, when it is not through after a minute. The writing of the dump has ten, and
+// what comes behind it a minute again. A writer that suspends this thread and then hangs is not bounded.
 
 // Starts that thread, once. Called on the main thread.
 void StartCrashLimit();

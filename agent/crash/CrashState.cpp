@@ -16,3 +16,9 @@ constinit std::atomic<bool> s_bDumpOnInvalidParameter{false};
 
 constinit std::atomic<CrashFilterFunction> s_pfnCrashHandler{nullptr};
 CrashFilterFunction s_pfnPreviousFilter = nullptr;
+
+VzCommon::KernelHandle OpenCrashEvent()
+{
+    return VzCommon::KernelHandle(
+        s_crashEventName.empty() ? nullptr : OpenEventW(EVENT_MODIFY_STATE, FALSE, s_crashEventName.c_str()));
+}

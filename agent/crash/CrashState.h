@@ -22,6 +22,9 @@ extern std::wstring& s_dumpFolder;
 extern std::wstring& s_applicationName;
 extern std::wstring& s_crashEventName; // tells the watchdog; empty if nobody is to be told
 
+// The watchdog's event. Empty if nobody is to be told, and if there is none.
+[[nodiscard]] VzCommon::KernelHandle OpenCrashEvent();
+
 // Signalled by the thread that owns the crash as soon as dump and report are done. Manual reset.
 extern VzCommon::KernelHandle& s_hCrashDoneEvent;
 

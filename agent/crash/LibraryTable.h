@@ -92,9 +92,13 @@ void ReleaseTable(const LibraryTable<Table>& place)
         place.loaded = false;
         table.reset(std::exchange(place.table, nullptr));
     }
-    if (table && std::exchange(place.loadedHere, false))
+    if (!table)
+    {
+        return;
+    }
+    if (std::exchange(place.loadedHere, false))
     {
         const VzCommon::ModuleHandle module(table->module);
-        *table = {};
     }
+    *table = {};
 }

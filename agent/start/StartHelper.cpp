@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "AgentIds.h"
+#include "CrashFilter.h"
 #include "ExitWait.h"
 #include "MailHelper.h"
 #include "MainWindow.h"
@@ -200,6 +201,10 @@ AgentStatus CStartHelper::Uninit(HWND mainWindow)
             LOG_ERROR << L"CQxSensSinkHelper Uninitialize() failed!!!";
         }
         UninitCrashHandler();
+    }
+    else
+    {
+        WaitForCrash(); // of a thread of the failed start
     }
     VzCommon::ShutdownDebugLog();
     return Status::Success;

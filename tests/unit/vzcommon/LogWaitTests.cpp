@@ -1,3 +1,4 @@
+#include "ImportPatch.h"
 #include "LogCapture.h"
 #include "VzComn_LogFront.h"
 
@@ -52,6 +53,27 @@ TEST(LogWaitTest, ALineIsLostWhileAnotherOneHoldsTheLog)
     holder.join();
     LOG_ERROR << L"free again";
     EXPECT_THAT(log.Texts(), ElementsAre(L": [ERROR] held", L": [ERROR] free again"));
+}
+
+void WINAPI LetHolderGo(DWORD milliseconds)
+{
+    s_mayGo = true;
+    SleepEx(milliseconds, FALSE);
+}
+
+TEST(LogWaitTest, ALineIsWaitedForWhileItsTurnMayCome)
+{
+    const LogCapture log;
+    log.Writer().duringTrace = &Hold;
+    const std::jthread holder([] { LOG_ERROR << L"held"; });
+    while (!s_isHeld)
+    {
+        std::this_thread::yield();
+    }
+    VzCommon::EndLogWaits();
+    const TestSupport::ImportPatch sleep(nullptr, "Sleep", &LetHolderGo);
+    LOG_ERROR << L"behind it";
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [ERROR] held", L": [ERROR] behind it"));
 }
 
 TEST(LogWaitTest, ALineThatComesFromWithinTheWriterIsLost)

@@ -63,13 +63,13 @@ HANDLE WINAPI RecordOpening(DWORD access, BOOL inherit, const wchar_t* name)
     return nullptr;
 }
 
-DWORD g_eventAccess = 0;
+DWORD g_processAccess = 0;
 DWORD g_inherit = 1;
 
 HANDLE WINAPI RecordProcess(DWORD access, BOOL inherit, DWORD id)
 {
     EXPECT_EQ(id, GetCurrentProcessId());
-    g_eventAccess = access;
+    g_processAccess = access;
     g_inherit = static_cast<DWORD>(inherit);
     HANDLE process = nullptr;
     DuplicateHandle(GetCurrentProcess(), GetCurrentProcess(), GetCurrentProcess(), &process, 0, FALSE,
@@ -98,7 +98,7 @@ TEST_F(CrashFilterTest, OpensItsOwnProcessWithAllRights)
     Arm();
     const ImportPatch open(nullptr, "OpenProcess", &RecordProcess);
     CrashFilter(&exception);
-    EXPECT_EQ(g_eventAccess, 0x1FFFFFU);
+    EXPECT_EQ(g_processAccess, 0x1FFFFFU);
     EXPECT_EQ(g_inherit, 0U);
 }
 
