@@ -32,7 +32,7 @@ def die(folder: Path, place: str, death: str, *options: str) -> Crash:
 def test_the_function_that_died_is_named(
     tmp_path: Path, place: str, death: str, exception: str, functions: list[str]
 ) -> None:
-    crash = die(tmp_path, place, death)
+    crash = die(tmp_path, place, death, "small")
     report = crash.read()
     assert report.startswith(f"exception  {exception} at ")
     named = [function for function in dict.fromkeys(crash.functions()) if function in functions]
