@@ -116,7 +116,7 @@ def ends_its_start(product: Product, status: str, line: str, folder: Path | None
     assert f": [ERROR] Register Callback to RPC server failed with 0x{status} - StartHelper(" in failure
     assert product.log_lines("Send", agent) == []
     assert product.opened_nothing()
-    assert not product.log_lines("crash")
+    assert not product.log_lines("Crash catched!")
 
 
 @pytest.mark.parametrize("library, error", [("missing", 126), ("no library", 193), ("a folder", 5)])
