@@ -11,12 +11,12 @@ from __future__ import annotations
 import argparse
 import bisect
 import functools
-import importlib.machinery
-import importlib.util
+import importlib
 import re
 import struct
 import subprocess
 import sys
+import tempfile
 import zlib
 from dataclasses import dataclass
 from pathlib import Path
@@ -54,11 +54,11 @@ def _load_lldb() -> Any:
         library = next(folder.glob("lib/liblldb.so*"), None)
         if packages is None or library is None:
             continue
-        name = "lldb._lldb"
-        spec = importlib.util.spec_from_file_location(
-            name, library, loader=importlib.machinery.ExtensionFileLoader(name, str(library))
-        )
-        sys.modules[name] = importlib.util.module_from_spec(spec)  # type: ignore[arg-type]
+        with tempfile.TemporaryDirectory() as links:
+            Path(links, "_lldb.so").symlink_to(library)
+            sys.path.insert(0, links)
+            sys.modules["lldb._lldb"] = importlib.import_module("_lldb")
+            sys.path.remove(links)
         sys.path.insert(0, str(packages.parents[1]))
         break
     import lldb

@@ -91,6 +91,10 @@ protected:
     VzCommon::KernelHandle event{CreateEventW(nullptr, TRUE, FALSE, eventName.c_str())};
 };
 
+class FailingHandlingTest : public CrashProcess, public ::testing::WithParamInterface<Crash>
+{
+};
+
 class CrashProcessTest : public CrashProcess, public ::testing::WithParamInterface<Crash>
 {
 };
@@ -163,23 +167,17 @@ INSTANTIATE_TEST_SUITE_P(
                       Crash{"MainEndsWrite", L"main-ends", L"write", EXCEPTION_ACCESS_VIOLATION}),
     [](const auto& crash) { return crash.param.title; });
 
-TEST_F(CrashProcess, ACrashOfTheDumpWriterIsNoEndOfTheHandling)
+TEST_P(FailingHandlingTest, EndsTheProgramAndTellsTheWatchdogAllTheSame)
 {
-    EXPECT_EQ(Run(L"dump-writer", L"write"), 1U);
+    EXPECT_EQ(Run(GetParam().place, GetParam().death), 1U);
     EXPECT_TRUE(IsWatchdogTold());
 }
 
-TEST_F(CrashProcess, AnAbortOfTheDumpWriterIsNoEndOfTheHandling)
-{
-    EXPECT_EQ(Run(L"dump-writer", L"abort"), 1U);
-    EXPECT_TRUE(IsWatchdogTold());
-}
-
-TEST_F(CrashProcess, AHandlingThatHangsIsEndedWhenItsTimeIsOver)
-{
-    EXPECT_EQ(Run(L"hanging-log", L"write"), 1U);
-    EXPECT_TRUE(IsWatchdogTold());
-}
+INSTANTIATE_TEST_SUITE_P(Handlings, FailingHandlingTest,
+                         ::testing::Values(Crash{"ThatCrashesInTheDumpWriter", L"dump-writer", L"write", 0},
+                                           Crash{"ThatAbortsInTheDumpWriter", L"dump-writer", L"abort", 0},
+                                           Crash{"ThatHangsInTheLog", L"hanging-log", L"write", 0}),
+                         [](const auto& crash) { return crash.param.title; });
 
 TEST_F(CrashProcess, ACrashBehindTheShutdownTellsTheWatchdog)
 {
