@@ -12,7 +12,6 @@
 #include "FaultInfo.h"
 #include "FaultReport.h"
 #include "PsapiTable.h"
-#include "VzComn_DebugLog.h"
 #include "VzComn_Handle.h"
 #include "VzComn_LogChannel.h"
 #include "VzComn_LogFront.h"
@@ -78,6 +77,15 @@ void WaitForOwner()
     }
 }
 
+// A dump that takes longer than that wait is not cut off by the end of a thread that waited.
+void LeaveEndToOwner()
+{
+    while (!s_ownerIsThrough && IsDumpUnderWay())
+    {
+        Sleep(10);
+    }
+}
+
 void WriteDump(Course& course)
 {
     if (s_bDbghelpLoaded && s_bPsapiLoaded)
@@ -119,9 +127,9 @@ void TellWatchdog(Course& /*course*/)
 }
 
 // The end of the process does not wait for lines that the log still gathers.
-void FlushLog(Course& /*course*/)
+void FinishLog(Course& /*course*/)
 {
-    VzCommon::DebugLog::Uninitialize();
+    VzCommon::FinishDebugLog();
 }
 
 void EndProcess(Course& course)
@@ -134,7 +142,7 @@ void EndProcess(Course& course)
 void ClaimOrWait(Course& course);
 
 constexpr Step steps[] = {TellEvent,   TellFeedbackError, OpenOwnProcess, ClaimOrWait, WriteDump, TellFault,
-                          ReportFault, TellOtherThreads,  TellWatchdog,   FlushLog,    EndProcess};
+                          ReportFault, TellOtherThreads,  TellWatchdog,   FinishLog,   EndProcess};
 
 void ClaimOrWait(Course& course)
 {
@@ -162,6 +170,11 @@ void Run(Step step, Course& course) noexcept
 bool IsOwner()
 {
     return s_crashThreadId == GetCurrentThreadId();
+}
+
+bool IsHandledElsewhere()
+{
+    return s_crashThreadId != 0 && !IsOwner();
 }
 
 void Pursue(Course& course)
@@ -211,9 +224,10 @@ void InstallCrashFilter()
 
 void WaitForCrash()
 {
-    if (s_crashThreadId != 0 && !IsOwner())
+    if (IsHandledElsewhere())
     {
         WaitForOwner();
+        LeaveEndToOwner();
     }
 }
 
@@ -231,7 +245,12 @@ LONG WINAPI TopLevelFilter(EXCEPTION_POINTERS* pExceptionPointers)
     }
     try
     {
-        return handler(pExceptionPointers);
+        const LONG result = handler(pExceptionPointers);
+        if (IsHandledElsewhere())
+        {
+            LeaveEndToOwner();
+        }
+        return result;
     }
     catch (...)
     {

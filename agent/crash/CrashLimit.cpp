@@ -15,6 +15,7 @@ constexpr int secondsForHandling = crashTimeLimit / 1000;
 constexpr int secondsForDump = 10 * secondsForHandling;
 
 constinit std::atomic<bool> s_isDumpWritten{false}; // at this moment
+constinit std::atomic<ULONGLONG> s_dumpEnd{0};      // tick; 0 before it
 constinit std::atomic<int> s_secondsLeft{secondsForHandling};
 
 // Takes nothing from the heap.
@@ -66,8 +67,19 @@ void BeginCrashLimit()
 
 void AllowTimeForDump(bool isWriting)
 {
-    if (s_isDumpWritten.exchange(isWriting) != isWriting)
+    if (s_isDumpWritten == isWriting)
     {
-        s_secondsLeft = isWriting ? secondsForDump : secondsForHandling;
+        return;
     }
+    s_secondsLeft = isWriting ? secondsForDump : secondsForHandling;
+    if (!isWriting)
+    {
+        s_dumpEnd = GetTickCount64();
+    }
+    s_isDumpWritten = isWriting;
+}
+
+bool IsDumpUnderWay()
+{
+    return s_isDumpWritten || (s_dumpEnd != 0 && GetTickCount64() - s_dumpEnd < crashTimeLimit);
 }

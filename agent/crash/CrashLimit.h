@@ -13,3 +13,6 @@ void BeginCrashLimit();
 
 // Tells whether the dump is being written now. Called by the thread that owns the crash.
 void AllowTimeForDump(bool isWriting);
+
+// Whether the dump is being written, or has been until a minute ago. Any thread.
+[[nodiscard]] bool IsDumpUnderWay();

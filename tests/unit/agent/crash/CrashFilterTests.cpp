@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <stdexcept>
-#include <thread>
 
 #include "CrashFilter.h"
 #include "CrashScene.h"
@@ -10,7 +9,6 @@
 #include "PsapiTable.h"
 #include "UniqueName.h"
 #include "VzComn_LogFront.h"
-#include "WaitUntil.h"
 #include "util_CrashHandler.h"
 
 using ::testing::AllOf;
@@ -26,8 +24,6 @@ using TestSupport::ImportPatch;
 
 namespace
 {
-constexpr wchar_t eventLine[] = L":  Crash catched!";
-constexpr wchar_t feedbackLine[] = L"[Crash]:  QxSessionAgent";
 constexpr wchar_t dumpLine[] = L": [ERROR]  [Crash] start to write dump by Crash Handler request.";
 
 class CrashFilterTest : public CrashScene
@@ -36,12 +32,6 @@ protected:
     VzCommon::KernelHandle CreateWatchdogEvent()
     {
         return VzCommon::KernelHandle(CreateEventW(nullptr, TRUE, FALSE, eventName.c_str()));
-    }
-
-    static std::ptrdiff_t CountOf(const std::wstring& step)
-    {
-        const std::vector<std::wstring> steps = Steps();
-        return std::count(steps.begin(), steps.end(), step);
     }
 
     std::wstring eventName = TestSupport::UniqueName(L"Restart");
@@ -247,75 +237,6 @@ TEST_F(CrashFilterTest, ACrashOfAStepGoesOnBehindIt)
     EXPECT_EQ(CountOf(L"end 1"), 1);
     EXPECT_EQ(CountOf(L"signal"), 1);
     EXPECT_EQ(CountOf(L": [INFO] Exception Code: c0000005"), 1) << "the first crash is told";
-}
-
-TEST_F(CrashFilterTest, ASecondThreadWritesNoSecondDump)
-{
-    Arm();
-    std::vector<std::jthread> threads;
-    duringDump = [&]
-    {
-        for (int i = 0; i < 3; ++i)
-        {
-            threads.emplace_back([this] { EXPECT_EQ(CrashFilter(&exception), 1); });
-        }
-        EXPECT_TRUE(TestSupport::WaitUntil([] { return CountOf(eventLine) == 4; }));
-    };
-    EXPECT_EQ(CrashFilter(&exception), 1);
-    threads.clear();
-    EXPECT_EQ(dump.count, 1);
-    EXPECT_EQ(CountOf(L"end 1"), 1);
-    EXPECT_EQ(CountOf(feedbackLine), 4) << "the channels are told of each crash";
-    EXPECT_EQ(s_crashThreadId, GetCurrentThreadId());
-}
-
-namespace
-{
-HANDLE g_awaited = nullptr;
-DWORD g_patience = 0;
-
-// Of the threads that wait for the owner.
-DWORD WINAPI RecordWait(HANDLE handle, DWORD milliseconds)
-{
-    if (handle != s_hCrashDoneEvent.Get())
-    {
-        return WaitForSingleObjectEx(handle, milliseconds, FALSE);
-    }
-    g_awaited = handle;
-    g_patience = milliseconds;
-    return WAIT_TIMEOUT;
-}
-
-ULONGLONG g_tick = 0;
-
-ULONGLONG WINAPI FastTick()
-{
-    return g_tick += 20000;
-}
-} // namespace
-
-TEST_F(CrashFilterTest, AThreadWaitsAMinuteForTheOwnerAndReturns)
-{
-    Arm();
-    s_crashThreadId = 1;
-    const ImportPatch wait(nullptr, "WaitForSingleObject", &RecordWait);
-    const ImportPatch tick(nullptr, "GetTickCount64", &FastTick);
-    EXPECT_EQ(CrashFilter(&exception), 1);
-    EXPECT_EQ(g_awaited, s_hCrashDoneEvent.Get());
-    EXPECT_EQ(g_patience, 60000U);
-    EXPECT_THAT(Steps(), ElementsAre(eventLine, feedbackLine));
-    EXPECT_EQ(s_crashThreadId, 1U);
-}
-
-TEST_F(CrashFilterTest, TheEndOfTheProgramWaitsForACrash)
-{
-    Arm();
-    s_crashThreadId = 1;
-    const ImportPatch wait(nullptr, "WaitForSingleObject", &RecordWait);
-    const ImportPatch tick(nullptr, "GetTickCount64", &FastTick);
-    UninitCrashHandler();
-    EXPECT_EQ(g_awaited, s_hCrashDoneEvent.Get());
-    EXPECT_TRUE(s_bDbghelpLoaded);
 }
 
 namespace

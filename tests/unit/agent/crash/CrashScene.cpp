@@ -1,5 +1,6 @@
 #include "CrashScene.h"
 
+#include <algorithm>
 #include <iterator>
 #include <mutex>
 
@@ -65,6 +66,12 @@ std::vector<std::wstring> CrashScene::Steps()
 {
     const std::lock_guard guard(g_mutex);
     return g_steps;
+}
+
+std::ptrdiff_t CrashScene::CountOf(const std::wstring& step)
+{
+    const std::vector<std::wstring> steps = Steps();
+    return std::count(steps.begin(), steps.end(), step);
 }
 
 void CrashScene::ForgetSteps()

@@ -12,6 +12,10 @@
 #include "ImportPatch.h"
 #include "VzComn_Handle.h"
 
+// What the channels are told of each crash.
+inline constexpr wchar_t eventLine[] = L":  Crash catched!";
+inline constexpr wchar_t feedbackLine[] = L"[Crash]:  QxSessionAgent";
+
 // A crash whose dump is not written and whose process does not end: what the filter does is recorded, calls
 // and lines together in their order.
 class CrashScene : public CrashTest
@@ -22,6 +26,7 @@ protected:
 
     // What was done so far. "dump", "done", "signal", "end 1"; a line as its text.
     [[nodiscard]] static std::vector<std::wstring> Steps();
+    [[nodiscard]] static std::ptrdiff_t CountOf(const std::wstring& step);
     static void ForgetSteps();
 
     // Arms the handler, with the dump writer of this scene, and forgets what that took.
