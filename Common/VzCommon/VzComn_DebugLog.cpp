@@ -9,6 +9,7 @@
 
 #include <cwchar>
 #include <memory>
+#include <utility>
 
 namespace VzCommon
 {
@@ -191,13 +192,29 @@ bool DebugLog::OpenLog(const VzDbgConfig& config)
 
 bool DebugLog::Uninitialize() noexcept
 {
-    DebugLog* const log = s_pDebugLog;
+    DebugLog* const log = std::atomic_ref<DebugLog*>(s_pDebugLog).load();
     if (log == nullptr)
     {
         return false;
     }
     const CallTurn turn(*log);
     return turn && Guarded([log] { return log->Stop(); });
+}
+
+bool DebugLog::Finish() noexcept
+{
+    const CallTurn turn(*this);
+    return turn && CloseLog();
+}
+
+bool DebugLog::CloseLog() noexcept
+{
+    if (handle == nullptr)
+    {
+        return false;
+    }
+    library.Uninitialize(std::exchange(handle, nullptr));
+    return true;
 }
 
 bool DebugLog::Stop()
@@ -208,8 +225,7 @@ bool DebugLog::Stop()
     }
     if (library.IsBound())
     {
-        library.Uninitialize(handle);
-        handle = nullptr;
+        CloseLog();
         library.Unload(nullptr);
         library.Bind(false, nullptr);
     }
@@ -272,7 +288,8 @@ bool DebugLog::TraceV(const char* file, std::uint32_t line, std::uint32_t level,
 bool DebugLog::Write(const SYSTEMTIME& time, const std::wstring& text)
 {
     const CallTurn turn(*this);
-    return turn && library.CanTrace() && library.Trace(handle, time, text.c_str()) == ERROR_SUCCESS;
+    return turn && handle != nullptr && library.CanTrace() &&
+           library.Trace(handle, time, text.c_str()) == ERROR_SUCCESS;
 }
 
 } // namespace VzCommon

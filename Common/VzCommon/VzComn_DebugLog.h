@@ -38,6 +38,10 @@ public:
     // stand.
     static bool Uninitialize() noexcept;
 
+    // Has the log writer write what it gathers, and close. The library stays loaded, and further lines are
+    // lost. False if the log does not stand.
+    bool Finish() noexcept;
+
     // For all logs: a call of the log writer is given up if its turn does not come soon, and if it comes from
     // within another one.
     static void EndWaits() noexcept;
@@ -59,6 +63,7 @@ private:
     bool Start(const std::wstring& name, const Storage::Key& key, const std::wstring& libraryFolder);
     bool LoadLibraryFrom(const std::wstring& folder);
     bool OpenLog(const VzDbgConfig& config);
+    bool CloseLog() noexcept;
     bool Stop();
     bool IsInitialized();
     std::wstring ModuleName();

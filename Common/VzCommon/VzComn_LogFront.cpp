@@ -134,6 +134,15 @@ void ShutdownDebugLog() noexcept
     }
 }
 
+void FinishDebugLog() noexcept
+{
+    const LogUse log;
+    if (log)
+    {
+        log->Finish();
+    }
+}
+
 void EndLogWaits() noexcept
 {
     DebugLog::EndWaits();

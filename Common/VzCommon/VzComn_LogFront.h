@@ -56,6 +56,10 @@ void InitDebugLog(const std::wstring& name) noexcept;
 // their lines from then on.
 void ShutdownDebugLog() noexcept;
 
+// Has the lines written that the process-wide log gathers; later ones are lost. For a process that ends at
+// once and does not free anything more. Any thread, beside ShutdownDebugLog too.
+void FinishDebugLog() noexcept;
+
 // From now on a line is lost if its turn does not come soon, and if it is written from within the log writer:
 // the process is dying, and whoever holds a log may be dead already. For all logs. Any thread.
 void EndLogWaits() noexcept;

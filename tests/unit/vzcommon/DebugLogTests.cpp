@@ -228,6 +228,35 @@ TEST_F(DebugLogTest, UninitializeUnloadsTheWriter)
     EXPECT_FALSE(IsLoaded(other.Path()));
 }
 
+TEST_F(DebugLogTest, FinishClosesTheLogAndKeepsTheWriterLoaded)
+{
+    TempDir other;
+    CopyWriter(other);
+    const RecordingWriter recorder(other.Path());
+    Configure(allLevels);
+    ASSERT_TRUE(Initialize(L"Test", other.Path()));
+    EXPECT_TRUE(log.Finish());
+    EXPECT_EQ(recorder->uninitializations, 1);
+    EXPECT_FALSE(Trace(LogLevel::Forced, L"too late"));
+    EXPECT_FALSE(log.Finish()) << "it is closed";
+    EXPECT_THAT(recorder.Lines(), IsEmpty());
+
+    s_pDebugLog = &log;
+    EXPECT_TRUE(DebugLog::Uninitialize());
+    EXPECT_EQ(recorder->uninitializations, 1) << "and not told again";
+    EXPECT_EQ(recorder->wrongHandles, 0);
+}
+
+TEST_F(DebugLogTest, FinishNeedsALogThatStands)
+{
+    EXPECT_FALSE(log.Finish());
+    Configure(allLevels);
+    ASSERT_TRUE(Initialize());
+    s_pDebugLog = &log;
+    ASSERT_TRUE(DebugLog::Uninitialize());
+    EXPECT_FALSE(log.Finish());
+}
+
 TEST_F(DebugLogTest, UninitializeActsOnTheProcessWideLogWhicheverObjectIsAsked)
 {
     ASSERT_TRUE(Initialize());

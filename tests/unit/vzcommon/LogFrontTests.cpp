@@ -217,6 +217,7 @@ TEST(LogFront, DoesNothingWithoutALog)
         FUNCTION_TRACE(L"x");
     }
     EmitLogLine({"file", 1, LogLevel::Forced}, std::wostringstream(L"x"));
+    FinishDebugLog();
     EXPECT_EQ(GetLastError(), 77U);
     EXPECT_EQ(s_pDebugLog, nullptr);
 }
@@ -230,6 +231,16 @@ TEST(LogFront, ATraceMayOutliveTheLog)
         EXPECT_EQ(s_pDebugLog, nullptr);
     }
     EXPECT_THAT(log.Texts(), ElementsAre(L"[INFO],[], ==> last"));
+}
+
+TEST(LogFront, NothingIsWrittenBehindItsFinish)
+{
+    const LogCapture log;
+    LOG_ERROR << L"last";
+    FinishDebugLog();
+    LOG_ERROR << L"too late";
+    EXPECT_THAT(log.Texts(), ElementsAre(L": [ERROR] last"));
+    EXPECT_EQ(log.Writer().uninitializations, 1);
 }
 
 TEST(LogFront, CutsTheExtensionOffASourceAtCompileTime)
