@@ -11,20 +11,11 @@
 
 #include <emmintrin.h>
 
+#include "Hidden.h"
 #include "VzComn_Exception.h"
 
 namespace
 {
-using Death = void (*)();
-
-// What the compiler must not see through.
-template <typename Value>
-Value Hidden(Value value)
-{
-    volatile Value hidden = value;
-    return hidden;
-}
-
 void Read()
 {
     static_cast<void>(*Hidden(reinterpret_cast<volatile int*>(std::uintptr_t{16})));
@@ -197,10 +188,11 @@ const std::map<std::wstring, Death> deaths{
 
 bool IsDeath(const std::wstring& name)
 {
-    return deaths.contains(name);
+    return deaths.contains(name) || RareDeaths().contains(name);
 }
 
 void DieOf(const std::wstring& name)
 {
-    deaths.at(name)();
+    const auto found = deaths.find(name);
+    (found != deaths.end() ? found->second : RareDeaths().at(name))();
 }

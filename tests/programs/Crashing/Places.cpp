@@ -21,11 +21,6 @@ namespace
 {
 std::wstring g_death;
 
-void Die()
-{
-    DieOf(g_death);
-}
-
 DWORD WINAPI DieInThread(void* /*argument*/)
 {
     Die();
@@ -216,8 +211,6 @@ void WhileMainEnds()
     UninitCrashHandler();
 }
 
-using Place = void (*)();
-
 const std::map<std::wstring, Place> places{
     {L"main", &Die},
     {L"thread", &InThread},
@@ -239,12 +232,21 @@ const std::map<std::wstring, Place> places{
 
 bool DieIn(const std::wstring& place, const std::wstring& death)
 {
-    const auto found = places.find(place);
+    auto found = places.find(place);
     if (found == places.end())
     {
-        return false;
+        found = RarePlaces().find(place);
+        if (found == RarePlaces().end())
+        {
+            return false;
+        }
     }
     g_death = death;
     found->second();
     return true;
+}
+
+void Die()
+{
+    DieOf(g_death);
 }

@@ -167,6 +167,56 @@ INSTANTIATE_TEST_SUITE_P(
                       Crash{"MainEndsWrite", L"main-ends", L"write", EXCEPTION_ACCESS_VIOLATION}),
     [](const auto& crash) { return crash.param.title; });
 
+INSTANTIATE_TEST_SUITE_P(
+    RareKinds, CrashProcessTest,
+    ::testing::Values(
+        Crash{"SingleStep", L"main", L"single-step", EXCEPTION_SINGLE_STEP},
+        Crash{"GuardPage", L"main", L"guard-page", EXCEPTION_GUARD_PAGE},
+        Crash{"WriteReadOnly", L"main", L"write-read-only", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"ReadFreed", L"main", L"read-freed", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"ExecuteData", L"main", L"execute-data", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"JumpFar", L"main", L"jump-far", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"WriteBackward", L"main", L"write-backward", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"WriteUnderAlignmentCheck", L"main", L"write-aligned", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"DivideFloats", L"main", L"divide-floats", EXCEPTION_FLT_DIVIDE_BY_ZERO},
+        Crash{"ThreadDivideFloats", L"thread", L"divide-floats", EXCEPTION_FLT_DIVIDE_BY_ZERO},
+        Crash{"DivideOldFloats", L"main", L"divide-old-floats", EXCEPTION_FLT_DIVIDE_BY_ZERO},
+        Crash{"WriteAtEndOfStack", L"main", L"write-at-end", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"ThreadWriteAtEndOfStack", L"thread", L"write-at-end", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"WriteOnOtherStack", L"main", L"write-on-other", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"RaisedInPage", L"main", L"raise-in-page", EXCEPTION_IN_PAGE_ERROR},
+        Crash{"RaisedContinued", L"main", L"raise-continued", EXCEPTION_NONCONTINUABLE_EXCEPTION},
+        Crash{"RaisedFloatStack", L"main", L"raise-float-stack", EXCEPTION_FLT_STACK_CHECK},
+        Crash{"ThrowUnwinding", L"main", L"throw-unwinding", gccException},
+        Crash{"FaultUnwinding", L"main", L"fault-unwinding", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"FaultBelowCatch", L"main", L"fault-below-catch", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"NoMemory", L"main", L"no-memory", gccException},
+        Crash{"ThreadNoMemory", L"standard-thread", L"no-memory", gccException}),
+    [](const auto& crash) { return crash.param.title; });
+
+INSTANTIATE_TEST_SUITE_P(
+    RarePlaces, CrashProcessTest,
+    ::testing::Values(Crash{"TinyThreadOverflow", L"tiny-thread", L"overflow", EXCEPTION_STACK_OVERFLOW},
+                      Crash{"ProcedureCallWrite", L"procedure-call", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"ProcedureCallThrow", L"procedure-call", L"throw", gccException},
+                      Crash{"TimerQueueWrite", L"timer-queue", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"PoolTimerThrow", L"pool-timer", L"throw", gccException},
+                      Crash{"PoolWorkWrite", L"pool-work", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"PoolWaitThrow", L"pool-wait", L"throw", gccException},
+                      Crash{"EnumerationThrow", L"enumeration", L"throw", gccException},
+                      Crash{"DialogWrite", L"dialog", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"DialogThrow", L"dialog", L"throw", gccException},
+                      Crash{"FiberWrite", L"fiber", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"VectoredHandlerWrite", L"vectored-handler", L"write",
+                            EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"CatchThrow", L"catch", L"throw", gccException},
+                      Crash{"CatchRethrow", L"catch", L"rethrow", aborted},
+                      Crash{"ExitWrite", L"at-exit", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"ExitThrow", L"at-exit", L"throw", gccException},
+                      Crash{"ThreadEndWrite", L"thread-end", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"SuspendedMainThrow", L"suspended-main", L"throw", gccException}),
+    [](const auto& crash) { return crash.param.title; });
+
 TEST_P(FailingHandlingTest, EndsTheProgramAndTellsTheWatchdogAllTheSame)
 {
     EXPECT_EQ(Run(GetParam().place, GetParam().death), 1U);
@@ -176,7 +226,10 @@ TEST_P(FailingHandlingTest, EndsTheProgramAndTellsTheWatchdogAllTheSame)
 INSTANTIATE_TEST_SUITE_P(Handlings, FailingHandlingTest,
                          ::testing::Values(Crash{"ThatCrashesInTheDumpWriter", L"dump-writer", L"write", 0},
                                            Crash{"ThatAbortsInTheDumpWriter", L"dump-writer", L"abort", 0},
-                                           Crash{"ThatHangsInTheLog", L"hanging-log", L"write", 0}),
+                                           Crash{"ThatHangsInTheLog", L"hanging-log", L"write", 0},
+                                           Crash{"WithoutTheLoader", L"held-loader", L"write", 0},
+                                           Crash{"WithoutTheHeap", L"held-heap", L"write", 0},
+                                           Crash{"ThatIsSuspended", L"suspended-owner", L"write", 0}),
                          [](const auto& crash) { return crash.param.title; });
 
 TEST_F(CrashProcess, ACrashBehindTheShutdownTellsTheWatchdog)
