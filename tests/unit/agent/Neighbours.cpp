@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "CrashFilter.h"
 #include "InputInfoHelper.h"
 #include "MailHelper.h"
 #include "PowerEventHandler.h"
@@ -11,6 +12,7 @@
 #include "SplashLaunch.h"
 #include "StartHelper.h"
 #include "UiLaunch.h"
+#include "VzComn_LogFront.h"
 #include "util_CrashHandler.h"
 
 namespace
@@ -159,6 +161,11 @@ void InitCrashHandler(unsigned reserved, const std::wstring& crashEventName, con
 {
     Record("crash handler " + std::to_string(reserved) + " " + Narrow(crashEventName) + " <" +
            Narrow(dumpFolder) + ">");
+}
+
+void WaitForCrash()
+{
+    Record(VzCommon::s_pDebugLog != nullptr ? "wait for a crash" : "wait for a crash without a log");
 }
 
 void UninitCrashHandler()

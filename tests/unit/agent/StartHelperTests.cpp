@@ -223,9 +223,21 @@ TEST_F(StartHelperTest, TouchesNothingButTheLogAfterAFailedStart)
     ASSERT_EQ(helper.PreInit(), Status::OutOfMemory);
     TheNeighbours().calls.clear();
     EXPECT_EQ(helper.Uninit(nullptr), Status::Success);
-    EXPECT_THAT(TheNeighbours().calls, IsEmpty());
+    EXPECT_THAT(CallsBut("wait"), IsEmpty());
     EXPECT_EQ(VzCommon::s_pDebugLog, nullptr);
     EXPECT_EQ(helper.Uninit(nullptr), Status::Success);
+}
+
+// A thread of the start that failed may have crashed meanwhile: its dump is written and its lines are logged
+// before the process ends.
+TEST_F(StartHelperTest, WaitsForACrashBeforeItEndsTheLogOfAFailedStart)
+{
+    TheNeighbours().checkService = Status::NotFound;
+    CStartHelper helper;
+    ASSERT_EQ(helper.PreInit(), Status::NotFound);
+    TheNeighbours().calls.clear();
+    helper.Uninit(nullptr);
+    EXPECT_THAT(TheNeighbours().calls, ElementsAre("wait for a crash"));
 }
 
 // With the exit event signalled before the start, so that no thread outlives the test.
