@@ -41,8 +41,8 @@ def _link(source: str, target: str) -> None:
     shutil.copy2(source, target)
 
 
-def _write_log_settings(folder: Path, level: int, enable: int, target: str) -> None:
-    keys = f"Enable={enable}\r\nLevel={level:#x}\r\nLogFolder={target}\r\nRobust=1\r\n"
+def _write_log_settings(folder: Path, level: int, enable: int, target: str, robust: int = 1) -> None:
+    keys = f"Enable={enable}\r\nLevel={level:#x}\r\nLogFolder={target}\r\nRobust={robust}\r\n"
     text = f"[InteractiveSession]\r\n{keys}[ServiceSession]\r\n{keys}"
     (folder / "vzdbg.ini").write_text(text, newline="")
 
@@ -97,10 +97,12 @@ class Product:
         """Writes the start modes: item name to its members."""
         self.configuration.write_text(json.dumps({"startMode": items}))
 
-    def write_log_settings(self, level: int, enable: int = 1, folder: str | None = None) -> None:
+    def write_log_settings(
+        self, level: int, enable: int = 1, folder: str | None = None, robust: int = 1
+    ) -> None:
         """Of the agent."""
         target = windows_path(self.log_folder) if folder is None else folder
-        _write_log_settings(self.root, level, enable, target)
+        _write_log_settings(self.root, level, enable, target, robust)
 
     def write_win32_log_settings(self, level: int) -> None:
         """Of the programs in win32."""

@@ -10,7 +10,7 @@ import pytest
 from crash import ACCESS_VIOLATION, END_LIMIT, NOWHERE, CrashScene, WatchdogSignal, read_dump, remove
 from desktop import wait_until
 from host import HostService
-from product import Product, ProductPath
+from product import LOG_EVERYTHING, Product, ProductPath
 
 WRITING = ": [ERROR]  [Crash] start to write dump by Crash Handler request."
 WATCH = "==> CVzRpcClientHelper::ReconnectProc"
@@ -221,6 +221,14 @@ def test_all_threads_fault_at_once(death: Death) -> None:
     probe.request("resume", process=death.agent.number)
     frame.post(0)
     death.product.signal_exit()
+    death.assert_handled()
+
+
+def test_lines_that_the_log_gathers_are_written_before_the_end(start: Start, product: Product) -> None:
+    product.write_log_settings(LOG_EVERYTHING, robust=0)
+    death = start()
+    death.forbid_dumps()
+    death.inject(death.agent)
     death.assert_handled()
 
 
