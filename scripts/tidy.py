@@ -67,8 +67,10 @@ def batches(files, options):
     for file in files:
         alike.setdefault(options_for(file, options), []).append(file)
     for group, members in alike.items():
-        for first in range(0, len(members), BATCH):
-            yield group, members[first:first + BATCH]
+        count = -(-len(members) // BATCH)
+        # Neighbours by name are the likeliest to use one name for two things.
+        for first in range(count):
+            yield group, members[first::count]
 
 
 def tidy(source, options, checks=""):
@@ -98,7 +100,6 @@ def findings(files, options):
         return [] if clean else [text]
     if is_clean_together(files, options):
         return []
-    # Neighbours by name are the likeliest to use one name for two things.
     return findings(files[::2], options) + findings(files[1::2], options)
 
 

@@ -9,15 +9,15 @@ namespace
 {
 bool s_bDbghelpLoadedHere = false;
 
-constexpr LibraryTable<DbghelpTable> s_place{s_pDbghelpTable, s_bDbghelpLoaded, s_bDbghelpLoadedHere};
+constexpr LibraryTable<DbghelpTable> s_dbghelpPlace{s_pDbghelpTable, s_bDbghelpLoaded, s_bDbghelpLoadedHere};
 } // namespace
 
 bool LoadDbghelpTable()
 {
-    return LoadTable(s_place);
+    return LoadTable(s_dbghelpPlace);
 }
 
 void ReleaseDbghelpTable()
 {
-    ReleaseTable(s_place);
+    ReleaseTable(s_dbghelpPlace);
 }

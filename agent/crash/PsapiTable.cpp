@@ -9,15 +9,15 @@ namespace
 {
 bool s_bPsapiLoadedHere = false;
 
-constexpr LibraryTable<PsapiTable> s_place{s_pPsapiTable, s_bPsapiLoaded, s_bPsapiLoadedHere};
+constexpr LibraryTable<PsapiTable> s_psapiPlace{s_pPsapiTable, s_bPsapiLoaded, s_bPsapiLoadedHere};
 } // namespace
 
 bool LoadPsapiTable()
 {
-    return LoadTable(s_place);
+    return LoadTable(s_psapiPlace);
 }
 
 void ReleasePsapiTable()
 {
-    ReleaseTable(s_place);
+    ReleaseTable(s_psapiPlace);
 }

@@ -14,7 +14,7 @@ namespace
 {
 
 // A list of siblings that is being read.
-struct Level
+struct ElementLevel
 {
     XmlElement* list;    // Weak. Whose children they are.
     XmlElement* element; // Weak. The one in hand.
@@ -37,7 +37,7 @@ void Read(const XmlElement& element, MenuNode& node)
 }
 
 // Moves to the next sibling. False if there is none.
-bool MoveOn(Level& level)
+bool MoveOn(ElementLevel& level)
 {
     level.element = level.list->NextChild();
     if (level.element == nullptr)
@@ -75,10 +75,10 @@ bool CProfileParser::ParseMenuItems(XmlElement* element, MenuNode* node)
     {
         return false;
     }
-    std::vector<Level> levels{{element, first, node}};
+    std::vector<ElementLevel> levels{{element, first, node}};
     while (!levels.empty())
     {
-        Level& level = levels.back();
+        ElementLevel& level = levels.back();
         if (!level.isRead)
         {
             level.isRead = true;

@@ -18,7 +18,7 @@ namespace SvcHost
 {
 namespace
 {
-constexpr std::chrono::milliseconds stopLimit{4000};
+constexpr std::chrono::milliseconds serviceStopLimit{4000};
 
 // The service as its manager sees it. Lives on the stack of RunAsService.
 class ServiceProcess
@@ -71,7 +71,7 @@ private:
         Report(SERVICE_RUNNING);
         LOG_INFO << L"the service runs";
         WaitForSingleObject(m_stop.Get(), INFINITE);
-        const bool stopped = host->Stop(stopLimit);
+        const bool stopped = host->Stop(serviceStopLimit);
         LOG_INFO << L"the service ends";
         if (!stopped)
         {

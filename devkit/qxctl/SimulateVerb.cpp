@@ -16,7 +16,7 @@
 
 namespace
 {
-constexpr std::uint32_t defaultSeconds = 60;
+constexpr std::uint32_t defaultSecondsToWait = 60;
 
 std::wstring NumbersOf(const std::vector<AgentWindow>& windows)
 {
@@ -132,7 +132,7 @@ int RunSimulate(const Arguments& arguments, Output& output)
         return ExitCode::Refused;
     }
     // No time at all would be no attempt.
-    const UINT timeoutMs = std::max(arguments.timeoutSeconds.value_or(defaultSeconds) * 1000U, 1U);
+    const UINT timeoutMs = std::max(arguments.timeoutSeconds.value_or(defaultSecondsToWait) * 1000U, 1U);
     const DWORD error = Deliver(notice, *agent, timeoutMs);
     if (error != ERROR_SUCCESS)
     {
