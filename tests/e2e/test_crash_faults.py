@@ -15,6 +15,7 @@ from product import LOG_EVERYTHING, Product, ProductPath
 WRITING = ": [ERROR]  [Crash] start to write dump by Crash Handler request."
 WATCH = "==> CVzRpcClientHelper::ReconnectProc"
 SPLASH = "NorvaneSoftMelvio uiDeskTray.exe splash"
+SPLASH_END = "Global\\GLOBAL_EVENT_SPLASH_NOTIFYMelvio"
 BY_ABORT = 0x40000015
 REGISTER, UNREGISTER = 0x2052, 0x2053
 PROMPT = 10.0  # seconds for an end without a dump
@@ -193,6 +194,22 @@ def test_the_thread_of_the_splash_faults(start: Callable[..., Death]) -> None:
     death.derail(splash.thread)
     splash.post(0)
     assert death.assert_handled() == splash.thread
+
+
+def test_the_thread_of_the_start_mode_faults(start: Callable[..., Death]) -> None:
+    death = start("3")
+    death.forbid_dumps()
+    desktop = death.product.desktop
+    (splash,) = wait_until(lambda: [w for w in desktop.windows() if w.property(SPLASH) == 1], "the splash")
+    wait_until(lambda: desktop.probe.ask("query", kind="event", name=SPLASH_END)["error"] == "0", "its event")
+    others = (death.product.frame().thread, death.thread_of(WATCH), splash.thread)
+    for thread in death.agent.threads():
+        if thread not in others:
+            death.derail(thread)
+    assert death.agent.running
+    # Nobody else waits for this.
+    assert desktop.probe.ask("setEvent", name=SPLASH_END)["error"] == "0"
+    assert death.assert_handled() not in others
 
 
 def test_a_crash_before_the_service_has_answered_is_handled(start: Start, product: Product) -> None:

@@ -17,6 +17,8 @@ from product import Product
 LIMIT = {"subkey": "SOFTWARE\\NorvaneSoft\\Melvio", "name": "DumpNumberLimit"}
 NO_FOLDER = ": [ERROR] Create Directory failed...Error:3 - "
 ELSEWHERE = ": [WARN] The dump folder leads elsewhere, nothing is deleted: "
+GENERATION = (": [INFO] Crash dump generation succeed", ": [ERROR] Crash dump generation failed")
+FULL = Path("/dev/full")
 PROMPT = 10.0  # seconds for an end without a dump
 
 
@@ -51,6 +53,28 @@ def fill(folder: Path, count: int) -> list[Path]:
     return files
 
 
+def no_new_files() -> Path:
+    """A folder of the system in which not even an administrator makes files."""
+    for folder in (Path("/sys/kernel"), Path("/sys"), Path("/proc/self"), Path("/proc")):
+        try:
+            (folder / "qx-new-file").touch()
+        except OSError:
+            if folder.is_dir():
+                return folder
+        else:
+            (folder / "qx-new-file").unlink()
+    pytest.skip("the machine has no folder that takes no files")
+
+
+def fill_disk(folder: Path, seconds: int) -> set[str]:
+    """Whatever dump is begun within that time gets no byte to the disk. The names of those dumps."""
+    now = time.time()
+    names = [time.strftime("Melvio%Y%m%d_%H%M%SFull.dmp", time.localtime(now + s)) for s in range(seconds)]
+    for name in names:
+        (folder / name).symlink_to(FULL)
+    return set(names)
+
+
 def test_without_the_products_data_folder_the_agent_runs_unguarded(scene: CrashScene) -> None:
     remove(scene.folder.parent)
     agent = start(scene)
@@ -77,6 +101,42 @@ def test_a_file_in_the_place_of_the_folder_costs_the_dump_alone(scene: CrashScen
     assert texts[1].startswith(f": [ERROR] failed to create dump file at path: {scene.windows_folder}\\Melvio")
     assert "GetLastError() = " in texts[1]
     assert texts[-1] == ": [INFO] Set crash event..."
+
+
+def test_a_folder_that_takes_no_files_costs_the_dump_alone(scene: CrashScene) -> None:
+    scene.folder.symlink_to(no_new_files(), target_is_directory=True)
+    agent = start(scene)
+    signal = WatchdogSignal(scene.product)
+    assert crash(scene, agent, PROMPT) == 1
+    assert signal.is_set()
+    signal.close()
+    texts = [entry.text for entry in scene.main_log(agent)]
+    (failure,) = [text for text in texts if "failed to create dump file at path: " in text]
+    path, error = failure.split("GetLastError() = ")
+    assert path.startswith(f": [ERROR] failed to create dump file at path: {scene.windows_folder}\\Melvio")
+    assert int(error) != 0
+    assert texts[-1] == ": [INFO] Set crash event..."
+
+
+@pytest.mark.skipif(not FULL.is_char_device(), reason="the machine has no device that is always full")
+def test_a_full_disk_costs_the_dump_alone(scene: CrashScene) -> None:
+    agent = start(scene)
+    signal = WatchdogSignal(scene.product)
+    links = fill_disk(scene.folder, seconds=300)
+    assert crash(scene, agent, 2 * END_LIMIT) == 1
+    assert signal.is_set()
+    signal.close()
+    texts = [entry.text for entry in scene.main_log(agent)]
+    # Which of the two it is, the system's writer decides: some do not look at what becomes of their bytes.
+    (told,) = [text for text in texts if text.startswith(GENERATION)]
+    path = told.split(" at path: ")[1]
+    assert path.removeprefix(f"{scene.windows_folder}\\") in links
+    assert texts[-1] == ": [INFO] Set crash event..."
+    # A disk that has room again, and what such a failure leaves.
+    for link in links:
+        (scene.folder / link).unlink()
+    (scene.folder / path.split("\\")[-1]).touch()
+    start(scene)
 
 
 def test_a_folder_that_vanishes_is_made_again(scene: CrashScene) -> None:
