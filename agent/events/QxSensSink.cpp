@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "AgentIds.h"
+#include "CrashBarrier.h"
 
 namespace
 {
@@ -69,12 +70,26 @@ HRESULT CQxSensSink::Invoke(DISPID /*member*/, REFIID /*iid*/, LCID /*locale*/, 
     return E_NOTIMPL;
 }
 
+// COM answers its caller with an error if this crashes, and the agent would go on.
 HRESULT CQxSensSink::Post(UINT message, ULONG type) const
 {
-    if (m_window != reinterpret_cast<HWND>(-1))
+    struct Call
     {
-        PostMessageW(m_window, message, type, 0);
-    }
+        const CQxSensSink* sink;
+        UINT message;
+        ULONG type;
+    } call{this, message, type};
+
+    CallBehindBarrier(
+        [](void* argument)
+        {
+            const auto& [sink, number, kind] = *static_cast<Call*>(argument);
+            if (sink->m_window != reinterpret_cast<HWND>(-1))
+            {
+                PostMessageW(sink->m_window, number, kind, 0);
+            }
+        },
+        &call);
     return S_OK;
 }
 

@@ -12,5 +12,10 @@ using Place = void (*)();
 // Callbacks of the system, and moments at which something that the handling needs is held or gone.
 [[nodiscard]] const std::map<std::wstring, Place>& RarePlaces();
 
+// In a call of COM that the agent's sink is used in, on a thread of COM's own and by a window of the thread
+// that made the object. Only of a sink that is no more: the name of the death does not count.
+void InComThread();
+void InComWindow();
+
 // Dies of what was given to DieIn.
 void Die();

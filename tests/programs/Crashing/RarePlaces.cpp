@@ -260,6 +260,8 @@ const std::map<std::wstring, Place>& RarePlaces()
         {L"dialog", &InDialog},
         {L"fiber", &InFiber},
         {L"vectored-handler", &InVectoredHandler},
+        {L"com-thread", &InComThread},
+        {L"com-window", &InComWindow},
         {L"catch", &InCatch},
         {L"at-exit", &AtExit},
         {L"thread-end", &AtEndOfThread},

@@ -209,6 +209,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Crash{"FiberWrite", L"fiber", L"write", EXCEPTION_ACCESS_VIOLATION},
                       Crash{"VectoredHandlerWrite", L"vectored-handler", L"write",
                             EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"ComThread", L"com-thread", L"read", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"ComWindow", L"com-window", L"read", EXCEPTION_ACCESS_VIOLATION},
                       Crash{"CatchThrow", L"catch", L"throw", gccException},
                       Crash{"CatchRethrow", L"catch", L"rethrow", aborted},
                       Crash{"ExitWrite", L"at-exit", L"write", EXCEPTION_ACCESS_VIOLATION},
