@@ -46,6 +46,14 @@ void LetExceptionsPassThroughWindows()
         reinterpret_cast<SetPolicy>(reinterpret_cast<void*>(set))(flags & ~dropsExceptions);
     }
 }
+
+// Nor what a timer's callback throws.
+void LetExceptionsPassThroughTimers()
+{
+    constexpr int dropsExceptions = 7; // UOI_TIMERPROC_EXCEPTION_SUPPRESSION
+    BOOL value = FALSE;
+    SetUserObjectInformationW(GetCurrentProcess(), dropsExceptions, &value, sizeof(value));
+}
 } // namespace
 
 void RouteCrashes()
@@ -55,6 +63,7 @@ void RouteCrashes()
     _set_error_mode(_OUT_TO_STDERR); // no message box before the signal
     AddVectoredExceptionHandler(1, &OnException);
     LetExceptionsPassThroughWindows();
+    LetExceptionsPassThroughTimers();
 }
 
 // Not by raising an exception: a frame on the way to the filter might take it.

@@ -71,6 +71,19 @@ UINT WINAPI RecordMode(UINT mode)
     return 0;
 }
 
+HANDLE g_objectOfTimers = nullptr;
+BOOL g_timersDropExceptions = TRUE;
+
+BOOL WINAPI RecordTimers(HANDLE object, int index, void* value, DWORD size)
+{
+    constexpr int exceptionsOfTimers = 7;
+    EXPECT_EQ(index, exceptionsOfTimers);
+    EXPECT_EQ(size, sizeof(BOOL));
+    g_objectOfTimers = object;
+    g_timersDropExceptions = *static_cast<const BOOL*>(value);
+    return TRUE;
+}
+
 SECURITY_ATTRIBUTES g_security{};
 bool g_isManual = false;
 bool g_isSignalled = true;
@@ -129,6 +142,14 @@ TEST_F(CrashInitTest, KeepsTheSystemFromShowingBoxes)
     const ImportPatch patch(nullptr, "SetErrorMode", &RecordMode);
     Init();
     EXPECT_EQ(g_mode, 3U);
+}
+
+TEST_F(CrashInitTest, KeepsTheSystemFromDroppingWhatTimersThrow)
+{
+    const ImportPatch patch(nullptr, "SetUserObjectInformationW", &RecordTimers);
+    Init();
+    EXPECT_EQ(g_objectOfTimers, GetCurrentProcess());
+    EXPECT_FALSE(g_timersDropExceptions);
 }
 
 TEST_F(CrashInitTest, TheDoneEventIsPlain)
