@@ -58,12 +58,12 @@ class Family:
 
 
 @contextmanager
-def bring_up(product: Product, *options: str) -> Iterator[Family]:
+def bring_up(product: Product, *options: str, mode: int = 2) -> Iterator[Family]:
     """Up, with the agent registered. For files that run the services themselves."""
     service = HostService(product)
     service.install()
     program = f'"{product.windows_root}\\win32\\QxWatchDog_M.exe"'
-    watchdog = product.desktop.start(" ".join([program, "--mode 2", *options]), product.windows_root)
+    watchdog = product.desktop.start(" ".join([program, f"--mode {mode}", *options]), product.windows_root)
     service.wait_for_clients()
     yield Family(product, service, watchdog)
     product.end()
