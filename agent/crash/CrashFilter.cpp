@@ -86,11 +86,24 @@ void LeaveEndToOwner()
     }
 }
 
-void WriteDump(Course& course)
+bool CanWriteDump()
 {
-    if (s_bDbghelpLoaded && s_bPsapiLoaded)
+    return s_bDbghelpLoaded && s_bPsapiLoaded;
+}
+
+// A step of its own: a log that crashes does not take the dump with it.
+void TellDump(Course& /*course*/)
+{
+    if (CanWriteDump())
     {
         LOG_ERROR << L" [Crash] start to write dump by Crash Handler request.";
+    }
+}
+
+void WriteDump(Course& course)
+{
+    if (CanWriteDump())
+    {
         WriteCrashDump(course.process.Get(), GetCurrentProcessId(), 0, course.exception, 0, s_dumpFolder);
     }
 }
@@ -141,8 +154,9 @@ void EndProcess(Course& course)
 
 void ClaimOrWait(Course& course);
 
-constexpr Step steps[] = {TellEvent,   TellFeedbackError, OpenOwnProcess, ClaimOrWait, WriteDump, TellFault,
-                          ReportFault, TellOtherThreads,  TellWatchdog,   FinishLog,   EndProcess};
+constexpr Step steps[] = {TellEvent,        TellFeedbackError, OpenOwnProcess, ClaimOrWait,
+                          TellDump,         WriteDump,         TellFault,      ReportFault,
+                          TellOtherThreads, TellWatchdog,      FinishLog,      EndProcess};
 
 void ClaimOrWait(Course& course)
 {

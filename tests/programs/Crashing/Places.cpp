@@ -145,6 +145,13 @@ void InLog()
     LOG_ERROR << L"the last words";
 }
 
+// Every line, but nothing else.
+void WithFaultyLog()
+{
+    StartLog().Writer().duringTrace = &DieInLog;
+    Die();
+}
+
 std::atomic<bool> g_isHeld{false};
 
 void HoldLog(const wchar_t* /*line*/)
@@ -222,6 +229,7 @@ const std::map<std::wstring, Place> places{
     {L"many-threads", &InManyThreads},
     {L"dump-writer", &InDumpWriter},
     {L"log", &InLog},
+    {L"faulty-log", &WithFaultyLog},
     {L"held-log", &WhileLogIsHeld},
     {L"hanging-log", &WithHangingLog},
     {L"after-uninit", &AfterUninit},

@@ -163,6 +163,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Crash{"ManyThrow", L"many-threads", L"throw", gccException},
                       Crash{"LogWrite", L"log", L"write", EXCEPTION_ACCESS_VIOLATION},
                       Crash{"LogAbort", L"log", L"abort", aborted},
+                      Crash{"FaultyLogWrite", L"faulty-log", L"write", EXCEPTION_ACCESS_VIOLATION},
+                      Crash{"FaultyLogAbort", L"faulty-log", L"abort", aborted},
                       Crash{"HeldLogWrite", L"held-log", L"write", EXCEPTION_ACCESS_VIOLATION},
                       Crash{"MainEndsWrite", L"main-ends", L"write", EXCEPTION_ACCESS_VIOLATION}),
     [](const auto& crash) { return crash.param.title; });
