@@ -25,6 +25,7 @@ struct Course
     EXCEPTION_POINTERS* exception;
     std::size_t next = 0; // step
     VzCommon::KernelHandle process;
+    VzCommon::KernelHandle crashEvent; // empty if nobody is to be told
 };
 
 using Step = void (*)(Course& course);
@@ -129,14 +130,23 @@ void TellOtherThreads(Course& /*course*/)
     SetEvent(s_hCrashDoneEvent.Get());
 }
 
-void TellWatchdog(Course& /*course*/)
+void TellSignal(Course& course)
 {
-    const VzCommon::KernelHandle event = OpenCrashEvent();
-    if (event)
+    course.crashEvent = OpenCrashEvent();
+    if (course.crashEvent)
     {
         LOG_INFO << L"Set crash event...";
-        SetEvent(event.Get());
     }
+}
+
+// A step of its own, as the dump is.
+void TellWatchdog(Course& course)
+{
+    if (course.crashEvent)
+    {
+        SetEvent(course.crashEvent.Get());
+    }
+    course.crashEvent.Reset();
 }
 
 // The end of the process does not wait for lines that the log still gathers.
@@ -154,9 +164,9 @@ void EndProcess(Course& course)
 
 void ClaimOrWait(Course& course);
 
-constexpr Step steps[] = {TellEvent,        TellFeedbackError, OpenOwnProcess, ClaimOrWait,
-                          TellDump,         WriteDump,         TellFault,      ReportFault,
-                          TellOtherThreads, TellWatchdog,      FinishLog,      EndProcess};
+constexpr Step steps[] = {TellEvent,    TellFeedbackError, OpenOwnProcess, ClaimOrWait,      TellDump,
+                          WriteDump,    TellFault,         ReportFault,    TellOtherThreads, TellSignal,
+                          TellWatchdog, FinishLog,         EndProcess};
 
 void ClaimOrWait(Course& course)
 {
@@ -283,7 +293,7 @@ LONG WINAPI CrashFilter(EXCEPTION_POINTERS* pExceptionPointers)
     }
     else
     {
-        Course course{pExceptionPointers, 0, {}};
+        Course course{pExceptionPointers, 0, {}, {}};
         TlsSetValue(s_courseSlot, &course);
         Pursue(course);
         TlsSetValue(s_courseSlot, nullptr);

@@ -5,6 +5,7 @@
 #include <process.h>
 
 #include <atomic>
+#include <cwchar>
 #include <map>
 #include <thread>
 #include <vector>
@@ -152,6 +153,19 @@ void WithFaultyLog()
     Die();
 }
 
+// At the last line of the handling.
+void InLogOfSignal()
+{
+    StartLog().Writer().duringTrace = [](const wchar_t* line)
+    {
+        if (std::wcsstr(line, L"Set crash event") != nullptr)
+        {
+            Die();
+        }
+    };
+    Die();
+}
+
 std::atomic<bool> g_isHeld{false};
 
 void HoldLog(const wchar_t* /*line*/)
@@ -230,6 +244,7 @@ const std::map<std::wstring, Place> places{
     {L"dump-writer", &InDumpWriter},
     {L"log", &InLog},
     {L"faulty-log", &WithFaultyLog},
+    {L"log-of-signal", &InLogOfSignal},
     {L"held-log", &WhileLogIsHeld},
     {L"hanging-log", &WithHangingLog},
     {L"after-uninit", &AfterUninit},

@@ -165,6 +165,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Crash{"LogAbort", L"log", L"abort", aborted},
                       Crash{"FaultyLogWrite", L"faulty-log", L"write", EXCEPTION_ACCESS_VIOLATION},
                       Crash{"FaultyLogAbort", L"faulty-log", L"abort", aborted},
+                      Crash{"LogOfSignalWrite", L"log-of-signal", L"write", EXCEPTION_ACCESS_VIOLATION},
                       Crash{"HeldLogWrite", L"held-log", L"write", EXCEPTION_ACCESS_VIOLATION},
                       Crash{"MainEndsWrite", L"main-ends", L"write", EXCEPTION_ACCESS_VIOLATION}),
     [](const auto& crash) { return crash.param.title; });
