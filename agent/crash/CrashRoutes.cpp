@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "CrashFilter.h"
+#include "LibraryAborts.h"
 
 namespace
 {
@@ -64,6 +65,7 @@ void RouteCrashes()
     AddVectoredExceptionHandler(1, &OnException);
     LetExceptionsPassThroughWindows();
     LetExceptionsPassThroughTimers();
+    RouteLibraryAborts();
 }
 
 // Not by raising an exception: a frame on the way to the filter might take it.

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -11,6 +12,8 @@
 
 #include "Hidden.h"
 #include "ImportPatch.h"
+
+extern "C" __declspec(dllimport) void AbortInLibrary();
 
 namespace
 {
@@ -184,6 +187,25 @@ void RunOutOfMemory()
         *Hidden(new char[pageSize]) = 1;
     }
 }
+
+// As the C library leaves it while it calls the handler for another thread that aborts.
+void ForgetAbortHandler()
+{
+    std::signal(SIGABRT, SIG_DFL);
+}
+
+void AbortInEarlyLibrary()
+{
+    ForgetAbortHandler();
+    AbortInLibrary();
+}
+
+void AbortInLateLibrary()
+{
+    const HMODULE library = LoadLibraryW(L"LateAbortingLibrary.dll");
+    ForgetAbortHandler();
+    reinterpret_cast<Death>(reinterpret_cast<void*>(GetProcAddress(library, "AbortInLibrary")))();
+}
 } // namespace
 
 const std::map<std::wstring, Death>& RareDeaths()
@@ -208,6 +230,8 @@ const std::map<std::wstring, Death>& RareDeaths()
         {L"fault-unwinding", &Unwind<FaultsAtEnd>},
         {L"fault-below-catch", &FaultBelowCatch},
         {L"no-memory", &RunOutOfMemory},
+        {L"early-library-abort", &AbortInEarlyLibrary},
+        {L"late-library-abort", &AbortInLateLibrary},
     };
     return deaths;
 }

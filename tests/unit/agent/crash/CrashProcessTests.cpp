@@ -193,6 +193,8 @@ INSTANTIATE_TEST_SUITE_P(
         Crash{"ThrowUnwinding", L"main", L"throw-unwinding", gccException},
         Crash{"FaultUnwinding", L"main", L"fault-unwinding", EXCEPTION_ACCESS_VIOLATION},
         Crash{"FaultBelowCatch", L"main", L"fault-below-catch", EXCEPTION_ACCESS_VIOLATION},
+        Crash{"AbortOfEarlyLibrary", L"main", L"early-library-abort", aborted},
+        Crash{"AbortOfLateLibrary", L"thread", L"late-library-abort", aborted},
         Crash{"NoMemory", L"main", L"no-memory", gccException},
         Crash{"ThreadNoMemory", L"standard-thread", L"no-memory", gccException}),
     [](const auto& crash) { return crash.param.title; });
