@@ -30,8 +30,9 @@ LONG CALLBACK __wrap__gnu_exception_handler(EXCEPTION_POINTERS* pointers)
     }
 }
 
-// The C library's handler for the signal of an abort serves one thread at a time: of two that abort at once,
-// the second would end the process while the first is still in the filter.
+// Without a walk through imports, as libraries need it: the C library's handler for the signal of an abort
+// serves one thread at a time: of two that abort at once, the second would end the process while the first is
+// still in the filter.
 void __wrap_abort()
 {
     if (s_pfnCrashHandler == nullptr)
