@@ -36,11 +36,11 @@ bool WriteTo(HANDLE file, HANDLE process, DWORD processId, EXCEPTION_POINTERS* p
     }
     MINIDUMP_EXCEPTION_INFORMATION exception{s_crashThreadId, pExceptionPointers, TRUE};
     const MINIDUMP_TYPE type = s_bFullDump ? MiniDumpWithFullMemory : MiniDumpNormal;
-    AllowTimeForDump(true);
+    AllowTimeForDump(file);
     const BOOL written =
         s_pDbghelpTable->DumpWriter()(process, processId, file, type,
                                       pExceptionPointers != nullptr ? &exception : nullptr, nullptr, nullptr);
-    AllowTimeForDump(false);
+    AllowTimeForDump(nullptr);
     return written != FALSE;
 }
 } // namespace

@@ -78,7 +78,7 @@ void WaitForOwner()
     }
 }
 
-// A dump that takes longer than that wait is not cut off by the end of a thread that waited.
+// A dump that takes longer than that wait, and grows, is not cut off by the end of a thread that waited.
 void LeaveEndToOwner()
 {
     while (!s_ownerIsThrough && IsDumpUnderWay())
@@ -209,7 +209,7 @@ void Pursue(Course& course)
         ++course.next;
         if (IsOwner())
         {
-            AllowTimeForDump(false); // a dump writer that crashed has not taken it back
+            AllowTimeForDump(nullptr); // a dump writer that crashed has not taken it back
         }
         Run(step, course);
     }

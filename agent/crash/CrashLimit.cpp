@@ -14,8 +14,9 @@ VzCommon::KernelHandle& s_hLimitThread = *new VzCommon::KernelHandle;
 constexpr int secondsForHandling = crashTimeLimit / 1000;
 constexpr int secondsForDump = 10 * secondsForHandling;
 
-constinit std::atomic<bool> s_isDumpWritten{false}; // at this moment
-constinit std::atomic<ULONGLONG> s_dumpEnd{0};      // tick; 0 before it
+constinit std::atomic<HANDLE> s_dumpFile{nullptr};  // while it is written
+constinit std::atomic<LONGLONG> s_dumpSize{0};      // bytes
+constinit std::atomic<ULONGLONG> s_dumpProgress{0}; // tick of its last; 0 before the dump
 constinit std::atomic<int> s_secondsLeft{secondsForHandling};
 
 // Takes nothing from the heap.
@@ -65,21 +66,23 @@ void BeginCrashLimit()
     ReleaseSemaphore(s_hBegun.Get(), 1, nullptr);
 }
 
-void AllowTimeForDump(bool isWriting)
+void AllowTimeForDump(HANDLE file)
 {
-    if (s_isDumpWritten == isWriting)
+    if (s_dumpFile != file)
     {
-        return;
+        s_secondsLeft = file != nullptr ? secondsForDump : secondsForHandling;
+        s_dumpProgress = GetTickCount64();
+        s_dumpFile = file;
     }
-    s_secondsLeft = isWriting ? secondsForDump : secondsForHandling;
-    if (!isWriting)
-    {
-        s_dumpEnd = GetTickCount64();
-    }
-    s_isDumpWritten = isWriting;
 }
 
 bool IsDumpUnderWay()
 {
-    return s_isDumpWritten || (s_dumpEnd != 0 && GetTickCount64() - s_dumpEnd < crashTimeLimit);
+    LARGE_INTEGER size{};
+    if (s_dumpFile != nullptr && GetFileSizeEx(s_dumpFile, &size) &&
+        s_dumpSize.exchange(size.QuadPart) != size.QuadPart)
+    {
+        s_dumpProgress = GetTickCount64();
+    }
+    return s_dumpProgress != 0 && GetTickCount64() - s_dumpProgress < crashTimeLimit;
 }

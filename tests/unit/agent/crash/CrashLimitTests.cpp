@@ -31,7 +31,7 @@ void WINAPI PassTime(DWORD milliseconds)
     g_timePassed += milliseconds;
     if (g_timePassed >= g_dumpTakes)
     {
-        AllowTimeForDump(false);
+        AllowTimeForDump(nullptr);
     }
 }
 
@@ -57,7 +57,7 @@ protected:
     {
         g_dumpTakes = dumpTakes;
         StartCrashLimit();
-        AllowTimeForDump(dumpTakes != 0);
+        AllowTimeForDump(dumpTakes != 0 ? INVALID_HANDLE_VALUE : nullptr);
         BeginCrashLimit();
         ASSERT_TRUE(TestSupport::WaitUntil([] { return g_endCode != -1; }));
         EXPECT_EQ(g_endCode, 1);

@@ -141,6 +141,42 @@ TEST_F(CrashOwnerTest, AThreadThatHasWaitedDoesNotCutOffTheDump)
     EXPECT_EQ(dump.count, 1);
 }
 
+namespace
+{
+void WINAPI PassTenSeconds(DWORD milliseconds)
+{
+    const bool isTurnGivenUp = milliseconds == 0; // by the runtime of threads
+    if (GetCurrentThreadId() == g_waiter && !isTurnGivenUp)
+    {
+        g_now += 10000;
+    }
+    SleepEx(milliseconds, FALSE);
+}
+} // namespace
+
+TEST_F(CrashOwnerTest, ADumpThatNoLongerGrowsIsLeftAfterAMinute)
+{
+    Arm();
+    const ImportPatch wait(nullptr, "WaitForSingleObject", &WaitInVain);
+    const ImportPatch tick(nullptr, "GetTickCount64", &Now);
+    const ImportPatch sleep(nullptr, "Sleep", &PassTenSeconds);
+    std::atomic<bool> isBack{false};
+    std::jthread second;
+    duringDump = [&]
+    {
+        second = std::jthread(
+            [&]
+            {
+                EXPECT_EQ(TopLevelFilter(&exception), 1);
+                isBack = true;
+            });
+        EXPECT_TRUE(TestSupport::WaitUntil([&] { return isBack.load(); }));
+        EXPECT_EQ(g_now, 1U + 60000U + 60000U);
+    };
+    EXPECT_EQ(CrashFilter(&exception), 1);
+    second.join();
+}
+
 TEST_F(CrashOwnerTest, TheEndOfTheProgramDoesNotCutOffTheDump)
 {
     Arm();

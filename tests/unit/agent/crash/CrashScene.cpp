@@ -102,11 +102,11 @@ BOOL WINAPI CrashScene::WriteDump(HANDLE process, DWORD processId, HANDLE file, 
     dump.hasException = exception != nullptr;
     dump.exception = exception != nullptr ? *exception : MINIDUMP_EXCEPTION_INFORMATION{};
     dump.hasRest = streams != nullptr || callback != nullptr;
+    DWORD written = 0;
+    WriteFile(file, "MDMP", 4, &written, nullptr);
     if (duringDump)
     {
         duringDump();
     }
-    DWORD written = 0;
-    WriteFile(file, "MDMP", 4, &written, nullptr);
     return dumpResult;
 }
