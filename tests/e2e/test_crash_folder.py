@@ -135,8 +135,10 @@ def test_a_full_disk_costs_the_dump_alone(scene: CrashScene) -> None:
     # A disk that has room again, and what such a failure leaves.
     for link in links:
         (scene.folder / link).unlink()
-    (scene.folder / path.split("\\")[-1]).touch()
+    left = scene.folder / path.split("\\")[-1]
+    left.touch()
     start(scene)
+    assert not left.exists()
 
 
 def test_a_folder_that_vanishes_is_made_again(scene: CrashScene) -> None:

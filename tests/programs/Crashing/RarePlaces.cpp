@@ -179,7 +179,7 @@ void WhileMainIsSuspended()
         .join();
 }
 
-// The minutes that the handling may take are shorter here.
+// The minutes that the handling may take are shorter here: it ends by its limit if it comes to what is held.
 void WINAPI SleepBriefly(DWORD milliseconds)
 {
     SleepEx(milliseconds / 1000, FALSE);
