@@ -64,6 +64,7 @@ TEST_F(LinkTest, AManagerThatWasCutOffIsUnknown)
 {
     StartServer();
     const Manager manager = Connect();
+    ASSERT_TRUE(WaitUntil([&] { return handler.Connected().size() == 1; }));
     server.Disconnect(handler.Connected().at(0).id);
     EXPECT_TRUE(WaitUntil([&] { return handler.Disconnected().size() == 1; }));
     EXPECT_TRUE(WaitUntil([&] { return Execute(*manager, 0x2051, {}).status == unknownClient; }));
