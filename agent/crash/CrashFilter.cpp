@@ -78,10 +78,20 @@ void WaitForOwner()
     }
 }
 
+bool IsOwner()
+{
+    return s_crashThreadId == GetCurrentThreadId();
+}
+
+bool IsHandledElsewhere()
+{
+    return s_crashThreadId != 0 && !IsOwner();
+}
+
 // A dump that takes longer than that wait, and grows, is not cut off by the end of a thread that waited.
 void LeaveEndToOwner()
 {
-    while (!s_ownerIsThrough && IsDumpUnderWay())
+    while (IsHandledElsewhere() && !s_ownerIsThrough && IsDumpUnderWay())
     {
         Sleep(10);
     }
@@ -191,16 +201,6 @@ void Run(Step step, Course& course) noexcept
     }
 }
 
-bool IsOwner()
-{
-    return s_crashThreadId == GetCurrentThreadId();
-}
-
-bool IsHandledElsewhere()
-{
-    return s_crashThreadId != 0 && !IsOwner();
-}
-
 void Pursue(Course& course)
 {
     while (course.next < std::size(steps))
@@ -270,10 +270,7 @@ LONG WINAPI TopLevelFilter(EXCEPTION_POINTERS* pExceptionPointers)
     try
     {
         const LONG result = handler(pExceptionPointers);
-        if (IsHandledElsewhere())
-        {
-            LeaveEndToOwner();
-        }
+        LeaveEndToOwner();
         return result;
     }
     catch (...)

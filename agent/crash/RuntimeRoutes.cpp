@@ -30,9 +30,9 @@ LONG CALLBACK __wrap__gnu_exception_handler(EXCEPTION_POINTERS* pointers)
     }
 }
 
-// Without a walk through imports, as libraries need it: the C library's handler for the signal of an abort
-// serves one thread at a time: of two that abort at once, the second would end the process while the first is
-// still in the filter.
+// The C library's handler for the signal of an abort serves one thread at a time: of two that abort at once,
+// the second would end the process while the first is still in the filter. What LibraryAborts does at run
+// time for the libraries, the linker does here, whatever becomes of that.
 void __wrap_abort()
 {
     if (s_pfnCrashHandler == nullptr)

@@ -1,4 +1,5 @@
 #include <atomic>
+#include <functional>
 #include <thread>
 
 #include "CrashFilter.h"
@@ -115,34 +116,7 @@ void WINAPI NoteSleep(DWORD milliseconds)
     g_stays = g_stays || GetCurrentThreadId() == g_waiter;
     SleepEx(milliseconds, FALSE);
 }
-} // namespace
 
-TEST_F(CrashOwnerTest, AThreadThatHasWaitedDoesNotCutOffTheDump)
-{
-    Arm();
-    const ImportPatch wait(nullptr, "WaitForSingleObject", &WaitInVain);
-    const ImportPatch tick(nullptr, "GetTickCount64", &Now);
-    const ImportPatch sleep(nullptr, "Sleep", &NoteSleep);
-    std::atomic<bool> isBack{false};
-    std::jthread second;
-    duringDump = [&]
-    {
-        second = std::jthread(
-            [&]
-            {
-                EXPECT_EQ(TopLevelFilter(&exception), 1);
-                EXPECT_EQ(CountOf(L"end 1"), 1) << "the end of the process comes first";
-                isBack = true;
-            });
-        EXPECT_TRUE(TestSupport::WaitUntil([&] { return isBack || g_stays; }));
-    };
-    EXPECT_EQ(CrashFilter(&exception), 1);
-    second.join();
-    EXPECT_EQ(dump.count, 1);
-}
-
-namespace
-{
 void WINAPI PassTenSeconds(DWORD milliseconds)
 {
     const bool isTurnGivenUp = milliseconds == 0; // by the runtime of threads
@@ -152,50 +126,70 @@ void WINAPI PassTenSeconds(DWORD milliseconds)
     }
     SleepEx(milliseconds, FALSE);
 }
+
+// A dump that takes longer than the minute for which another thread waits.
+class LongDumpTest : public CrashOwnerTest
+{
+protected:
+    // Crashes, and has another thread come to that while the dump is written, which goes on until the other
+    // is back or is found to stay.
+    void CrashBeside(const std::function<void()>& other)
+    {
+        Arm();
+        std::jthread thread;
+        duringDump = [&]
+        {
+            thread = std::jthread(
+                [&]
+                {
+                    other();
+                    isBack = true;
+                });
+            EXPECT_TRUE(TestSupport::WaitUntil([&] { return isBack || g_stays; }));
+        };
+        EXPECT_EQ(CrashFilter(&exception), 1);
+        thread.join();
+        EXPECT_EQ(dump.count, 1);
+    }
+
+    static void ExpectEnd() { EXPECT_EQ(CountOf(L"end 1"), 1) << "the end of the process comes first"; }
+
+    std::atomic<bool> isBack{false};
+    ImportPatch wait{nullptr, "WaitForSingleObject", &WaitInVain};
+    ImportPatch tick{nullptr, "GetTickCount64", &Now};
+};
 } // namespace
 
-TEST_F(CrashOwnerTest, ADumpThatNoLongerGrowsIsLeftAfterAMinute)
+TEST_F(LongDumpTest, IsNotCutOffByAThreadThatHasWaited)
 {
-    Arm();
-    const ImportPatch wait(nullptr, "WaitForSingleObject", &WaitInVain);
-    const ImportPatch tick(nullptr, "GetTickCount64", &Now);
-    const ImportPatch sleep(nullptr, "Sleep", &PassTenSeconds);
-    std::atomic<bool> isBack{false};
-    std::jthread second;
-    duringDump = [&]
-    {
-        second = std::jthread(
-            [&]
-            {
-                EXPECT_EQ(TopLevelFilter(&exception), 1);
-                isBack = true;
-            });
-        EXPECT_TRUE(TestSupport::WaitUntil([&] { return isBack.load(); }));
-        EXPECT_EQ(g_now, 1U + 60000U + 60000U);
-    };
-    EXPECT_EQ(CrashFilter(&exception), 1);
-    second.join();
+    const ImportPatch sleep(nullptr, "Sleep", &NoteSleep);
+    CrashBeside(
+        [&]
+        {
+            EXPECT_EQ(TopLevelFilter(&exception), 1);
+            ExpectEnd();
+        });
 }
 
-TEST_F(CrashOwnerTest, TheEndOfTheProgramDoesNotCutOffTheDump)
+TEST_F(LongDumpTest, IsNotCutOffByTheEndOfTheProgram)
 {
-    Arm();
-    const ImportPatch wait(nullptr, "WaitForSingleObject", &WaitInVain);
-    const ImportPatch tick(nullptr, "GetTickCount64", &Now);
     const ImportPatch sleep(nullptr, "Sleep", &NoteSleep);
-    std::atomic<bool> isBack{false};
-    std::jthread main;
-    duringDump = [&]
-    {
-        main = std::jthread(
-            [&]
-            {
-                WaitForCrash();
-                EXPECT_EQ(CountOf(L"end 1"), 1) << "the end of the process comes first";
-                isBack = true;
-            });
-        EXPECT_TRUE(TestSupport::WaitUntil([&] { return isBack || g_stays; }));
-    };
-    EXPECT_EQ(CrashFilter(&exception), 1);
-    main.join();
+    CrashBeside(
+        []
+        {
+            WaitForCrash();
+            ExpectEnd();
+        });
+}
+
+TEST_F(LongDumpTest, IsLeftAMinuteAfterItHasStoppedGrowing)
+{
+    const ImportPatch sleep(nullptr, "Sleep", &PassTenSeconds);
+    CrashBeside(
+        [&]
+        {
+            EXPECT_EQ(TopLevelFilter(&exception), 1);
+            EXPECT_EQ(g_now, 1U + 60000U + 60000U);
+            EXPECT_EQ(CountOf(L"end 1"), 0) << "the dump is still written";
+        });
 }
